@@ -1,0 +1,113 @@
+#pragma once
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace lxkit::test {
+
+/// A virtual X server of one screen, started on a display number that it picks itself
+/// (-displayfd) and stopped with the object. `display()` is empty when it could not
+/// start.
+class XvfbServer {
+public:
+    XvfbServer(int width, int height) {
+        int pipeEnds[2];
+        if (pipe(pipeEnds) != 0)
+            return;
+        std::string fd = std::to_string(pipeEnds[1]);
+        std::string geometry = std::to_string(width) + "x" + std::to_string(height) + "x24";
+        const char* arguments[] = {"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", geometry.c_str(), "-nolisten",
+                                   "tcp", nullptr};
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
+        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+        int failed = posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, const_cast<char**>(arguments), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        close(pipeEnds[1]);
+        if (failed) {
+            m_pid = 0;
+            close(pipeEnds[0]);
+            return;
+        }
+        // The server writes its display number once it accepts connections.
+        std::string number;
+        char c;
+        while (read(pipeEnds[0], &c, 1) == 1 && c != '\n')
+            number += c;
+        close(pipeEnds[0]);
+        if (!number.empty())
+            m_display = ":" + number;
+    }
+
+    ~XvfbServer() {
+        if (m_pid > 0) {
+            kill(m_pid, SIGTERM);
+            int status;
+            while (waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+            }
+        }
+    }
+
+    XvfbServer(const XvfbServer&) = delete;
+    XvfbServer& operator=(const XvfbServer&) = delete;
+
+    const std::string& display() const { return m_display; }
+
+    /// Whether an Xvfb binary is on the PATH at all.
+    static bool available() {
+        const char* path = std::getenv("PATH");
+        std::string folders = path ? path : "/usr/bin:/bin";
+        size_t start = 0;
+        while (start <= folders.size()) {
+            size_t end = folders.find(':', start);
+            std::string folder = folders.substr(start, end == std::string::npos ? std::string::npos : end - start);
+            if (!folder.empty() && access((std::filesystem::path(folder) / "Xvfb").c_str(), X_OK) == 0)
+                return true;
+            if (end == std::string::npos)
+                break;
+            start = end + 1;
+        }
+        return false;
+    }
+
+private:
+    pid_t m_pid = 0;
+    std::string m_display;
+};
+
+/// Sets $DISPLAY for the life of the object and puts back what was there.
+class ScopedDisplay {
+public:
+    explicit ScopedDisplay(const std::optional<std::string>& display) {
+        if (const char* old = std::getenv("DISPLAY"))
+            m_saved = old;
+        if (display)
+            setenv("DISPLAY", display->c_str(), 1);
+        else
+            unsetenv("DISPLAY");
+    }
+    ~ScopedDisplay() {
+        if (m_saved)
+            setenv("DISPLAY", m_saved->c_str(), 1);
+        else
+            unsetenv("DISPLAY");
+    }
+    ScopedDisplay(const ScopedDisplay&) = delete;
+    ScopedDisplay& operator=(const ScopedDisplay&) = delete;
+
+private:
+    std::optional<std::string> m_saved;
+};
+
+} // namespace lxkit::test
