@@ -1,0 +1,178 @@
+#include "platform/media/IsoBoxReader.h"
+
+#include <algorithm>
+
+std::optional<IsoBox> IsoBoxReader::boxAt(size_t& position) const {
+    size_t left = m_bytes.size() - position;
+    if (left < 8)
+        return std::nullopt;
+    IsoCursor cursor(m_bytes.subspan(position));
+    uint64_t size = *cursor.u32();
+    uint32_t type = *cursor.u32();
+    size_t headerSize = 8;
+    if (size == 1) {
+        auto large = cursor.u64();
+        if (!large)
+            return std::nullopt;
+        size = *large;
+        headerSize = 16;
+    } else if (size == 0) {
+        size = left;
+    }
+    if (type == FourCC("uuid"))
+        headerSize += 16;
+    if (size < headerSize || size > left)
+        return std::nullopt;
+    IsoBox box{type, m_baseOffset + position, m_baseOffset + position + headerSize,
+               m_bytes.subspan(position + headerSize, size - headerSize)};
+    position += size;
+    return box;
+}
+
+std::vector<IsoBox> IsoBoxReader::boxes() const {
+    std::vector<IsoBox> result;
+    size_t position = 0;
+    while (auto box = boxAt(position))
+        result.push_back(*box);
+    return result;
+}
+
+std::optional<IsoBox> IsoBoxReader::find(uint32_t type) const {
+    size_t position = 0;
+    while (auto box = boxAt(position)) {
+        if (box->type == type)
+            return box;
+    }
+    return std::nullopt;
+}
+
+std::vector<IsoBox> IsoBoxReader::findAll(uint32_t type) const {
+    std::vector<IsoBox> result;
+    size_t position = 0;
+    while (auto box = boxAt(position)) {
+        if (box->type == type)
+            result.push_back(*box);
+    }
+    return result;
+}
+
+std::optional<IsoBox> IsoBoxReader::findPath(std::initializer_list<std::string_view> path) const {
+    if (path.size() == 0 || path.size() > kMaxDepth)
+        return std::nullopt;
+    IsoBoxReader level = *this;
+    std::optional<IsoBox> box;
+    for (auto type : path) {
+        if (box)
+            level = childrenOf(*box);
+        box = level.find(FourCC(type));
+        if (!box)
+            return std::nullopt;
+    }
+    return box;
+}
+
+IsoBoxReader IsoBoxReader::childrenOf(const IsoBox& box, size_t skip) {
+    size_t headerSkip = std::min(skip, box.payload.size());
+    return IsoBoxReader(box.payload.subspan(headerSkip), box.payloadOffset + headerSkip);
+}
+
+std::optional<uint64_t> IsoCursor::readBigEndian(size_t width) {
+    if (m_failed || remaining() < width) {
+        m_failed = true;
+        return std::nullopt;
+    }
+    uint64_t value = 0;
+    for (size_t i = 0; i < width; ++i)
+        value = (value << 8) | m_bytes[m_position + i];
+    m_position += width;
+    return value;
+}
+
+std::optional<uint8_t> IsoCursor::u8() {
+    auto value = readBigEndian(1);
+    return value ? std::optional<uint8_t>(uint8_t(*value)) : std::nullopt;
+}
+std::optional<uint16_t> IsoCursor::u16() {
+    auto value = readBigEndian(2);
+    return value ? std::optional<uint16_t>(uint16_t(*value)) : std::nullopt;
+}
+std::optional<uint32_t> IsoCursor::u32() {
+    auto value = readBigEndian(4);
+    return value ? std::optional<uint32_t>(uint32_t(*value)) : std::nullopt;
+}
+std::optional<uint64_t> IsoCursor::u64() { return readBigEndian(8); }
+
+bool IsoCursor::skip(size_t count) {
+    if (m_failed || remaining() < count) {
+        m_failed = true;
+        return false;
+    }
+    m_position += count;
+    return true;
+}
+
+std::optional<IsoMovieHeader> ReadMovieHeader(std::span<const uint8_t> payload) {
+    IsoCursor cursor(payload);
+    auto version = cursor.u8();
+    if (!version || *version > 1 || !cursor.skip(3))
+        return std::nullopt;
+    IsoMovieHeader header;
+    if (*version == 1) {
+        if (!cursor.skip(16))
+            return std::nullopt;
+        auto timeScale = cursor.u32();
+        auto duration = cursor.u64();
+        if (!duration)
+            return std::nullopt;
+        header.timeScale = *timeScale;
+        header.duration = *duration;
+    } else {
+        if (!cursor.skip(8))
+            return std::nullopt;
+        auto timeScale = cursor.u32();
+        auto duration = cursor.u32();
+        if (!duration)
+            return std::nullopt;
+        header.timeScale = *timeScale;
+        // All ones in a 32-bit duration means "unknown", as in fragmented files.
+        header.duration = *duration == 0xFFFFFFFFu ? 0 : *duration;
+    }
+    // rate, volume, reserved, matrix, preview time and duration come before the poster.
+    if (cursor.skip(4 + 2 + 10 + 36 + 4 + 4)) {
+        if (auto poster = cursor.u32())
+            header.posterTime = int32_t(*poster);
+    }
+    return header;
+}
+
+std::optional<IsoTrackHeader> ReadTrackHeader(std::span<const uint8_t> payload) {
+    IsoCursor cursor(payload);
+    auto versionAndFlags = cursor.u32();
+    if (!versionAndFlags)
+        return std::nullopt;
+    uint8_t version = uint8_t(*versionAndFlags >> 24);
+    if (version > 1 || !cursor.skip(version == 1 ? 16 : 8))
+        return std::nullopt;
+    auto trackID = cursor.u32();
+    if (!trackID)
+        return std::nullopt;
+    return IsoTrackHeader{*trackID, *versionAndFlags & 0xFFFFFFu};
+}
+
+std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file) {
+    auto movieBox = IsoBoxReader(file).find(FourCC("moov"));
+    if (!movieBox)
+        return std::nullopt;
+    IsoMovieSummary summary;
+    summary.movieBox = *movieBox;
+    auto movie = IsoBoxReader::childrenOf(*movieBox);
+    if (auto header = movie.find(FourCC("mvhd")))
+        summary.header = ReadMovieHeader(header->payload);
+    for (const auto& track : movie.findAll(FourCC("trak"))) {
+        if (auto trackHeader = IsoBoxReader::childrenOf(track).find(FourCC("tkhd"))) {
+            if (auto parsed = ReadTrackHeader(trackHeader->payload))
+                summary.tracks.push_back(*parsed);
+        }
+    }
+    return summary;
+}
