@@ -33,6 +33,11 @@ inline constexpr NSRect NSMakeRect(double x, double y, double width, double heig
     return {{x, y}, {width, height}};
 }
 
+/// The rectangle moved by (dx, dy); its size is kept.
+inline constexpr NSRect NSOffsetRect(NSRect r, double dx, double dy) {
+    return {{r.origin.x + dx, r.origin.y + dy}, r.size};
+}
+
 /// Exact comparison of both components.
 inline constexpr bool NSEqualSizes(NSSize a, NSSize b) { return a.width == b.width && a.height == b.height; }
 inline constexpr bool NSEqualPoints(NSPoint a, NSPoint b) { return a.x == b.x && a.y == b.y; }
