@@ -12,10 +12,16 @@ namespace {
 
 constexpr unsigned kRequiredSeals = F_SEAL_SHRINK | F_SEAL_WRITE;
 
-struct Mapping {
-    void* address;
-    size_t length;
-    ~Mapping() { munmap(address, length); }
+class Mapping {
+public:
+    Mapping(void* address, size_t length) : m_address(address), m_length(length) {}
+    Mapping(const Mapping&) = delete;
+    Mapping& operator=(const Mapping&) = delete;
+    ~Mapping() { munmap(m_address, m_length); }
+
+private:
+    void* m_address;
+    size_t m_length;
 };
 
 Error systemError(const char* what) { return makeError(std::string(what) + ": " + std::strerror(errno)); }
@@ -39,7 +45,7 @@ ErrorOr<NSData> DataFromFileDescriptor(int fd) {
         void* address = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, fd, 0);
         if (address == MAP_FAILED)
             return systemError("cannot map the descriptor");
-        auto mapping = std::make_shared<const Mapping>(Mapping{address, length});
+        auto mapping = std::make_shared<const Mapping>(address, length);
         return NSData::dataWithOwner(mapping, static_cast<const uint8_t*>(address), length);
     }
 

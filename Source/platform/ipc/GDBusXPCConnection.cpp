@@ -118,7 +118,9 @@ void GDBusXPCConnection::sendMessage(std::string_view selector, const PropertyAr
 // holds up the sender instead of letting the outgoing queue grow without bound. The
 // flush is started on the delivery thread, whose main context delivers its answer.
 void GDBusXPCConnection::waitUntilFlushed(uint64_t interruptionsBeforeSend) {
-    if (!m_deliveryContext || m_closed)
+    // On the delivery thread itself the flush could never be answered: its answer comes
+    // through the very context that thread would be blocked in.
+    if (!m_deliveryContext || m_closed || g_main_context_is_owner(m_deliveryContext))
         return;
     auto wait = std::make_shared<FlushWait>();
     wait->connection = m_connection;
