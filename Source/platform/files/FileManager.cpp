@@ -129,7 +129,7 @@ std::vector<std::string> NSSearchPathForDirectoriesInDomains(unsigned directory,
         return {};
     // The XDG folders come absolute already; abbreviating is what "no expansion" means.
     if (!expandTilde) {
-        const std::string home = g_get_home_dir();
+        const std::string home = NSHomeDirectory();
         if (NSPathIsInside(*path, home))
             path = "~" + path->substr(home.size());
     }

@@ -103,10 +103,17 @@ std::string NSStringByAppendingPathComponent(std::string_view path, std::string_
     return joined;
 }
 
+std::string NSHomeDirectory() {
+    const char* home = g_getenv("HOME");
+    if (home && home[0] == '/')
+        return home;
+    return g_get_home_dir();
+}
+
 std::string NSStringByExpandingTildeInPath(std::string_view path) {
     if (path.empty() || path.front() != '~' || (path.size() > 1 && path[1] != '/'))
         return std::string(path);
-    std::string home = g_get_home_dir();
+    std::string home = NSHomeDirectory();
     if (path.size() <= 2)
         return home;
     return NSStringByAppendingPathComponent(home, path.substr(2));

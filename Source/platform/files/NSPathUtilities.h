@@ -22,6 +22,9 @@ std::string NSStringByDeletingPathExtension(std::string_view path);
 std::string NSStringByDeletingLastPathComponent(std::string_view path);
 /// Joins a component to a path with exactly one slash between them.
 std::string NSStringByAppendingPathComponent(std::string_view path, std::string_view component);
+/// The user's home folder: $HOME when it names an absolute path (read on every call, so
+/// a changed environment counts), else the password database's entry.
+std::string NSHomeDirectory();
 /// "~" and "~/…" become the user's home folder; other paths stay as they are.
 std::string NSStringByExpandingTildeInPath(std::string_view path);
 /// The path made absolute against the working folder, with "." and ".." components and

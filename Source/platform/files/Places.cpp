@@ -11,7 +11,7 @@ std::vector<std::string> MountedVolumeFolders() {
 
 std::vector<std::string> UsersFolders() {
     std::vector<std::string> folders{"/Users/"};
-    const std::string homes = NSStringByDeletingLastPathComponent(NSStandardizedAbsolutePath(g_get_home_dir()));
+    const std::string homes = NSStringByDeletingLastPathComponent(NSStandardizedAbsolutePath(NSHomeDirectory()));
     if (homes != "/" && !homes.empty() && homes + "/" != folders.front())
         folders.push_back(homes + "/");
     return folders;
