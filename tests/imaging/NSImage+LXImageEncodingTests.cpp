@@ -1,0 +1,224 @@
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "imaging/NSImage+LXImageEncoding.h"
+#include "platform/graphics/NSAffineTransform.h"
+#include "platform/graphics/PixelTestSupport.h"
+
+using namespace lxkit::test;
+
+namespace {
+
+constexpr uint32_t kRed = argb(255, 255, 0, 0);
+constexpr uint32_t kGreen = argb(255, 0, 255, 0);
+constexpr uint32_t kBlue = argb(255, 0, 0, 255);
+constexpr uint32_t kWhite = argb(255, 255, 255, 255);
+
+/// Top-left red, top-right green, bottom-left blue, bottom-right white.
+std::shared_ptr<NSImage> quadrants(int width, int height) {
+    return makeImage(width, height, [=](int x, int row) {
+        bool left = x < width / 2, top = row < height / 2;
+        return top ? (left ? kRed : kGreen) : (left ? kBlue : kWhite);
+    });
+}
+
+/// A turn about the centre of a canvas of `canvas` size, as frame jobs build it.
+NSAffineTransform turnAboutCentre(NSSize canvas, double degrees) {
+    NSAffineTransform transform;
+    transform.translateXBy(canvas.width * 0.5, canvas.height * 0.5);
+    transform.rotateByDegrees(degrees);
+    transform.translateXBy(canvas.width * -0.5, canvas.height * -0.5);
+    return transform;
+}
+
+/// Checks every pixel of the result against the source pixel that lands there: the
+/// source point p shows at T(p + d), with d the centring offset. Whole-pixel results
+/// must be exact copies, not blurred or shifted by half a pixel.
+void expectExactMapping(const NSImage& source, const NSImage& result, const NSAffineTransform& transform) {
+    NSSize size = source.size(), canvas = result.size();
+    NSPoint d{canvas.width * 0.5 - size.width * 0.5, canvas.height * 0.5 - size.height * 0.5};
+    NSAffineTransform inverse = transform;
+    inverse.invert();
+    const NSBitmapImageRep& bitmap = result.bitmap();
+    int mismatches = 0;
+    for (int row = 0; row < bitmap.pixelsHigh(); ++row) {
+        for (int x = 0; x < bitmap.pixelsWide(); ++x) {
+            NSPoint centre{x + 0.5, bitmap.pixelsHigh() - row - 0.5};
+            NSPoint p = inverse.transformPoint(centre);
+            int sx = int(std::floor(p.x - d.x)), sy = int(std::floor(p.y - d.y));
+            bool inside = sx >= 0 && sy >= 0 && sx < int(size.width) && sy < int(size.height);
+            uint32_t want = inside ? pixelAt(source, sx, int(size.height) - 1 - sy) : 0u;
+            if (pixelAt(bitmap, x, row) != want && ++mismatches <= 5)
+                ADD_FAILURE() << "pixel " << x << ", " << row << ": " << std::hex << pixelAt(bitmap, x, row)
+                              << " instead of " << want;
+        }
+    }
+    EXPECT_EQ(mismatches, 0);
+}
+
+TEST(LXImageTransform, ANullTransformGivesNothing) {
+    EXPECT_EQ(LXImage::imageByApplyingAffineTransform(*quadrants(4, 4), nullptr), nullptr);
+}
+
+TEST(LXImageTransform, WholePixelTransformsMoveEveryPixelExactly) {
+    auto source = makeImage(32, 24, [](int x, int row) { return noisePixel(x, row, false); });
+    struct Case {
+        const char* name;
+        NSAffineTransform transform;
+        NSSize canvas;
+    };
+    NSAffineTransform identity;
+    NSAffineTransform translation;
+    translation.translateXBy(10, -5);
+    NSAffineTransform mirror;
+    mirror.translateXBy(32, 0);
+    mirror.scaleXBy(-1, 1);
+    NSAffineTransform mirrorOffCanvas;
+    mirrorOffCanvas.scaleXBy(-1, 1);
+    const Case cases[] = {
+        {"identity", identity, {32, 24}},
+        {"translation: shifted, cut off, transparent elsewhere", translation, {32, 24}},
+        {"flip about the centre", mirror, {32, 24}},
+        {"scale (-1, 1) alone: all off the canvas", mirrorOffCanvas, {32, 24}},
+        {"quarter turn", turnAboutCentre({24, 32}, 90), {24, 32}},
+        {"quarter turn back", turnAboutCentre({24, 32}, -90), {24, 32}},
+        {"half turn", turnAboutCentre({32, 24}, 180), {32, 24}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto result = LXImage::imageByApplyingAffineTransform(*source, &c.transform);
+        ASSERT_TRUE(result);
+        EXPECT_NEAR(result->size().width, c.canvas.width, 1e-9);
+        EXPECT_NEAR(result->size().height, c.canvas.height, 1e-9);
+        EXPECT_EQ(result->bitmap().pixelSize(), (PixelSize{int(c.canvas.width), int(c.canvas.height)}));
+        expectExactMapping(*source, *result, c.transform);
+    }
+
+    // The two edge cases spelt out: the translation leaves a transparent band, and the
+    // bare mirror leaves nothing at all.
+    auto shifted = LXImage::imageByApplyingAffineTransform(*source, &translation);
+    EXPECT_EQ(pixelAt(*shifted, 5, 10), 0u);
+    EXPECT_EQ(pixelAt(*shifted, 10, 5), pixelAt(*source, 0, 0));
+    auto gone = LXImage::imageByApplyingAffineTransform(*source, &mirrorOffCanvas);
+    for (uint32_t word : pixelsOf(*gone))
+        ASSERT_EQ(word, 0u);
+}
+
+TEST(LXImageTransform, AQuarterTurnOfAFrameSwapsTheCanvasAndTurnsTheCorners) {
+    // A 320 x 240 frame, turned as for "rotation" -90 (90 degrees counter-clockwise).
+    auto frame = quadrants(320, 240);
+    NSAffineTransform transform = turnAboutCentre({240, 320}, 90);
+    auto turned = LXImage::imageByApplyingAffineTransform(*frame, &transform);
+    ASSERT_TRUE(turned);
+    // The bounding box keeps the rounding error of the rotation; the bitmap does not.
+    EXPECT_NEAR(turned->size().width, 240, 1e-9);
+    EXPECT_NEAR(turned->size().height, 320, 1e-9);
+    EXPECT_EQ(turned->bitmap().pixelSize(), (PixelSize{240, 320}));
+    // Counter-clockwise: top-right goes to top-left, top-left to bottom-left, and so on.
+    EXPECT_EQ(pixelAt(*turned, 0, 0), kGreen);
+    EXPECT_EQ(pixelAt(*turned, 239, 0), kWhite);
+    EXPECT_EQ(pixelAt(*turned, 0, 319), kRed);
+    EXPECT_EQ(pixelAt(*turned, 239, 319), kBlue);
+    expectExactMapping(*frame, *turned, transform);
+}
+
+TEST(LXImageTransform, AnEighthTurnGrowsTheCanvasToTheDiagonalWithTransparentCorners) {
+    auto square = makeImage(100, 100, [](int, int) { return kBlue; });
+    NSSize diagonal{100 * std::sqrt(2.0), 100 * std::sqrt(2.0)};
+    NSAffineTransform transform = turnAboutCentre(diagonal, 45);
+    auto turned = LXImage::imageByApplyingAffineTransform(*square, &transform);
+    ASSERT_TRUE(turned);
+    EXPECT_NEAR(turned->size().width, 141.42, 0.01);
+    EXPECT_NEAR(turned->size().height, 141.42, 0.01);
+    PixelSize pixels = turned->bitmap().pixelSize();
+    EXPECT_NEAR(pixels.width, 141, 1);
+    EXPECT_NEAR(pixels.height, 141, 1);
+    int right = pixels.width - 1, bottom = pixels.height - 1;
+    for (auto [x, row] : {std::pair{0, 0}, {right, 0}, {0, bottom}, {right, bottom}, {20, 20}})
+        EXPECT_EQ(pixelAt(*turned, x, row), 0u) << x << ", " << row;
+    // The diamond's tips touch the middle of each side, and its centre is the picture.
+    EXPECT_EQ(pixelAt(*turned, pixels.width / 2, pixels.height / 2), kBlue);
+    EXPECT_GT(alphaOf(pixelAt(*turned, 2, pixels.height / 2)), 128u);
+    EXPECT_GT(alphaOf(pixelAt(*turned, pixels.width / 2, 2)), 128u);
+}
+
+TEST(LXImagePNG, RoundTripsFramesExactly) {
+    for (bool opaque : {true, false}) {
+        auto image = makeImage(48, 27, [&](int x, int row) { return noisePixel(x, row, opaque); });
+        auto bytes = LXImage::PNGRepresentation(*image);
+        ASSERT_TRUE(bytes);
+        auto decoded = NSBitmapImageRep::initWithData(*bytes);
+        ASSERT_TRUE(decoded);
+        EXPECT_EQ(pixelsOf(*NSImage::imageWithBitmap(*decoded)), pixelsOf(*image)) << "opaque " << opaque;
+        std::vector<uint8_t> rgba = decodeWithFfmpeg(*bytes, "png");
+        ASSERT_EQ(rgba.size(), 48u * 27 * 4);
+        EXPECT_EQ(premultiplied(&rgba[(3 * 48 + 7) * 4]), pixelAt(*image, 7, 3));
+    }
+}
+
+TEST(LXImagePNG, EncodesATransformedFrameAtItsPixelSize) {
+    NSAffineTransform transform = turnAboutCentre({240, 320}, 90);
+    auto turned = LXImage::imageByApplyingAffineTransform(*quadrants(320, 240), &transform);
+    auto bytes = LXImage::PNGRepresentation(*turned);
+    ASSERT_TRUE(bytes);
+    auto decoded = NSBitmapImageRep::initWithData(*bytes);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->pixelSize(), (PixelSize{240, 320}));
+}
+
+void expectColourNear(uint32_t got, uint32_t want, int tolerance, const std::string& where) {
+    EXPECT_NEAR(int(redOf(got)), int(redOf(want)), tolerance) << where;
+    EXPECT_NEAR(int(greenOf(got)), int(greenOf(want)), tolerance) << where;
+    EXPECT_NEAR(int(blueOf(got)), int(blueOf(want)), tolerance) << where;
+}
+
+TEST(LXImageJPEG, TheZeroSizeAndTheOwnSizeEncodeTheImageItself) {
+    auto image = quadrants(64, 48);
+    auto zero = LXImage::JPEGRepresentationWithSize(*image, NSZeroSize, 0.8f);
+    auto own = LXImage::JPEGRepresentationWithSize(*image, {64, 48}, 0.8f);
+    auto shorthand = LXImage::JPEGRepresentationWithCompression(*image, 0.8f);
+    ASSERT_TRUE(zero);
+    EXPECT_EQ(own, zero);
+    EXPECT_EQ(shorthand, zero);
+    EXPECT_EQ(image->bitmap().representationUsingType(NSBitmapImageFileType::JPEG,
+                                                      {{NSImageCompressionFactor, NSNumber::numberWithFloat(0.8f)}}),
+              zero)
+        << "no resampling on this path";
+    EXPECT_NE(LXImage::JPEGRepresentationWithCompression(*image, 0.3f), zero);
+
+    auto decoded = NSBitmapImageRep::initWithData(*zero);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->pixelSize(), (PixelSize{64, 48}));
+    expectColourNear(pixelAt(*decoded, 5, 5), kRed, 10, "top left");
+    expectColourNear(pixelAt(*decoded, 58, 42), kWhite, 10, "bottom right");
+}
+
+TEST(LXImageJPEG, OtherSizesStretchTheImageToExactlyThatSize) {
+    auto image = quadrants(64, 48);
+    const NSSize sizes[] = {{200, 50}, {16, 96}, {32, 24}};
+    for (NSSize size : sizes) {
+        auto bytes = LXImage::JPEGRepresentationWithSize(*image, size, 0.9f);
+        ASSERT_TRUE(bytes) << size.width;
+        auto decoded = NSBitmapImageRep::initWithData(*bytes);
+        ASSERT_TRUE(decoded);
+        int w = int(size.width), h = int(size.height);
+        EXPECT_EQ(decoded->pixelSize(), (PixelSize{w, h}));
+        // Each quadrant fills the matching quarter of the stretched picture.
+        std::string at = std::to_string(w) + " x " + std::to_string(h);
+        expectColourNear(pixelAt(*decoded, w / 4, h / 4), kRed, 12, at + " top left");
+        expectColourNear(pixelAt(*decoded, 3 * w / 4, h / 4), kGreen, 12, at + " top right");
+        expectColourNear(pixelAt(*decoded, w / 4, 3 * h / 4), kBlue, 12, at + " bottom left");
+        expectColourNear(pixelAt(*decoded, 3 * w / 4, 3 * h / 4), kWhite, 12, at + " bottom right");
+        // Stretched edge to edge: no transparent (white) border at the sides.
+        expectColourNear(pixelAt(*decoded, 0, h / 4), kRed, 16, at + " left edge");
+    }
+}
+
+TEST(LXImageJPEG, ACanvasThatCannotBeMadeGivesNothing) {
+    auto image = quadrants(8, 8);
+    EXPECT_FALSE(LXImage::JPEGRepresentationWithSize(*image, {100000, 100000}, 0.5f));
+    EXPECT_FALSE(LXImage::JPEGRepresentationWithSize(*image, {-4, 4}, 0.5f));
+}
+
+} // namespace
