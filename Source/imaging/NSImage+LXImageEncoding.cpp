@@ -1,12 +1,12 @@
 #include "imaging/NSImage+LXImageEncoding.h"
-
 #include "platform/graphics/NSBezierPath.h"
 #include "platform/graphics/NSColor.h"
 #include "platform/graphics/NSGraphicsContext.h"
 
 namespace LXImage {
 
-std::shared_ptr<NSImage> imageByApplyingAffineTransform(const NSImage& image, const NSAffineTransform* transform) {
+std::shared_ptr<NSImage> imageByApplyingAffineTransform(const NSImage& image,
+                                                        const NSAffineTransform* transform) {
     if (!transform)
         return nullptr;
     NSSize size = image.size();
@@ -18,7 +18,8 @@ std::shared_ptr<NSImage> imageByApplyingAffineTransform(const NSImage& image, co
     NSSize canvasSize = outline->bounds().size;
 
     // Centred in the canvas's own coordinates before the transform applies; not rounded.
-    NSPoint origin{0 + canvasSize.width * 0.5 - size.width * 0.5, 0 + canvasSize.height * 0.5 - size.height * 0.5};
+    NSPoint origin{0 + canvasSize.width * 0.5 - size.width * 0.5,
+                   0 + canvasSize.height * 0.5 - size.height * 0.5};
 
     std::shared_ptr<NSImage> canvas = NSImage::imageWithSize(canvasSize);
     if (!canvas)

@@ -19,7 +19,8 @@ namespace LXImage {
 /// should map the canvas centre to itself. The canvas size is that of the bounding box
 /// only: a translation shifts the picture, never enlarges it. Null for a null transform
 /// or when the canvas cannot be made.
-std::shared_ptr<NSImage> imageByApplyingAffineTransform(const NSImage& image, const NSAffineTransform* transform);
+std::shared_ptr<NSImage> imageByApplyingAffineTransform(const NSImage& image,
+                                                        const NSAffineTransform* transform);
 
 /// The image's pixels as PNG bytes, with no options; nothing on failure.
 std::optional<NSData> PNGRepresentation(const NSImage& image);

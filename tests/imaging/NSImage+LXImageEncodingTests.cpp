@@ -181,8 +181,8 @@ TEST(LXImageJPEG, TheZeroSizeAndTheOwnSizeEncodeTheImageItself) {
     ASSERT_TRUE(zero);
     EXPECT_EQ(own, zero);
     EXPECT_EQ(shorthand, zero);
-    EXPECT_EQ(image->bitmap().representationUsingType(NSBitmapImageFileType::JPEG,
-                                                      {{NSImageCompressionFactor, NSNumber::numberWithFloat(0.8f)}}),
+    EXPECT_EQ(image->bitmap().representationUsingType(
+                  NSBitmapImageFileType::JPEG, {{NSImageCompressionFactor, NSNumber::numberWithFloat(0.8f)}}),
               zero)
         << "no resampling on this path";
     EXPECT_NE(LXImage::JPEGRepresentationWithCompression(*image, 0.3f), zero);

@@ -78,7 +78,8 @@ CairoSurface JpegCodec::decode(const NSData& data) {
         return nullptr;
     auto* bytes = const_cast<unsigned char*>(data.bytes());
     int width = 0, height = 0, subsampling = 0, colorspace = 0;
-    if (tjDecompressHeader3(handle.get(), bytes, data.length(), &width, &height, &subsampling, &colorspace) != 0)
+    if (tjDecompressHeader3(handle.get(), bytes, data.length(), &width, &height, &subsampling, &colorspace) !=
+        0)
         return nullptr;
     if (!PixelSizeForPointSize(NSMakeSize(width, height)))
         return nullptr;

@@ -29,7 +29,9 @@ cairo_matrix_t CairoMatrix(const NSAffineTransformStruct& m) {
 
 } // namespace
 
-std::shared_ptr<NSAffineTransform> NSAffineTransform::transform() { return std::make_shared<NSAffineTransform>(); }
+std::shared_ptr<NSAffineTransform> NSAffineTransform::transform() {
+    return std::make_shared<NSAffineTransform>();
+}
 
 std::shared_ptr<NSAffineTransform> NSAffineTransform::transformWithTransform(const NSAffineTransform& other) {
     return std::make_shared<NSAffineTransform>(other);
@@ -39,7 +41,9 @@ void NSAffineTransform::translateXBy(double x, double y) {
     m_matrix = Compose({.tX = x, .tY = y}, m_matrix);
 }
 
-void NSAffineTransform::rotateByDegrees(double degrees) { rotateByRadians(degrees * std::numbers::pi / 180.0); }
+void NSAffineTransform::rotateByDegrees(double degrees) {
+    rotateByRadians(degrees * std::numbers::pi / 180.0);
+}
 
 void NSAffineTransform::rotateByRadians(double radians) {
     double cosine = std::cos(radians);
@@ -47,7 +51,9 @@ void NSAffineTransform::rotateByRadians(double radians) {
     m_matrix = Compose({.m11 = cosine, .m12 = sine, .m21 = -sine, .m22 = cosine}, m_matrix);
 }
 
-void NSAffineTransform::scaleXBy(double x, double y) { m_matrix = Compose({.m11 = x, .m22 = y}, m_matrix); }
+void NSAffineTransform::scaleXBy(double x, double y) {
+    m_matrix = Compose({.m11 = x, .m22 = y}, m_matrix);
+}
 
 void NSAffineTransform::appendTransform(const NSAffineTransform& other) {
     m_matrix = Compose(m_matrix, other.m_matrix);

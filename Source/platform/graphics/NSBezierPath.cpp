@@ -59,7 +59,9 @@ cairo_t* CurrentCairo() {
 
 } // namespace
 
-std::shared_ptr<NSBezierPath> NSBezierPath::bezierPath() { return std::make_shared<NSBezierPath>(); }
+std::shared_ptr<NSBezierPath> NSBezierPath::bezierPath() {
+    return std::make_shared<NSBezierPath>();
+}
 
 std::shared_ptr<NSBezierPath> NSBezierPath::bezierPathWithRect(NSRect rect) {
     auto path = bezierPath();
@@ -73,7 +75,8 @@ std::shared_ptr<NSBezierPath> NSBezierPath::bezierPathWithOvalInRect(NSRect rect
     return path;
 }
 
-std::shared_ptr<NSBezierPath> NSBezierPath::bezierPathWithRoundedRect(NSRect rect, double xRadius, double yRadius) {
+std::shared_ptr<NSBezierPath> NSBezierPath::bezierPathWithRoundedRect(NSRect rect, double xRadius,
+                                                                      double yRadius) {
     auto path = bezierPath();
     path->appendBezierPathWithRoundedRect(rect, xRadius, yRadius);
     return path;
@@ -93,17 +96,25 @@ void NSBezierPath::fillRect(NSRect rect) {
     cairo_restore(cairo);
 }
 
-void NSBezierPath::strokeRect(NSRect rect) { bezierPathWithRect(rect)->stroke(); }
+void NSBezierPath::strokeRect(NSRect rect) {
+    bezierPathWithRect(rect)->stroke();
+}
 
-void NSBezierPath::moveToPoint(NSPoint point) { m_elements.push_back({ElementType::MoveTo, {point, {}, {}}}); }
+void NSBezierPath::moveToPoint(NSPoint point) {
+    m_elements.push_back({ElementType::MoveTo, {point, {}, {}}});
+}
 
-void NSBezierPath::lineToPoint(NSPoint point) { m_elements.push_back({ElementType::LineTo, {point, {}, {}}}); }
+void NSBezierPath::lineToPoint(NSPoint point) {
+    m_elements.push_back({ElementType::LineTo, {point, {}, {}}});
+}
 
 void NSBezierPath::curveToPoint(NSPoint endPoint, NSPoint controlPoint1, NSPoint controlPoint2) {
     m_elements.push_back({ElementType::CurveTo, {controlPoint1, controlPoint2, endPoint}});
 }
 
-void NSBezierPath::closePath() { m_elements.push_back({ElementType::ClosePath, {}}); }
+void NSBezierPath::closePath() {
+    m_elements.push_back({ElementType::ClosePath, {}});
+}
 
 void NSBezierPath::appendBezierPathWithRect(NSRect rect) {
     moveToPoint(rect.origin);

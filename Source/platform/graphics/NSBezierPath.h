@@ -13,7 +13,7 @@ enum class NSWindingRule : int { NonZero = 0, EvenOdd = 1 };
 
 /// A path of straight and cubic curved segments in the current context's coordinates.
 class NSBezierPath {
-public:
+  public:
     enum class ElementType { MoveTo, LineTo, CurveTo, ClosePath };
     struct Element {
         ElementType type;
@@ -27,7 +27,8 @@ public:
     static std::shared_ptr<NSBezierPath> bezierPathWithOvalInRect(NSRect rect);
     /// Corner radii above half the width or height are cut down to it, so a radius of
     /// half the height gives half-circle ends.
-    static std::shared_ptr<NSBezierPath> bezierPathWithRoundedRect(NSRect rect, double xRadius, double yRadius);
+    static std::shared_ptr<NSBezierPath> bezierPathWithRoundedRect(NSRect rect, double xRadius,
+                                                                   double yRadius);
 
     /// Fills the rectangle with the current fill colour, replacing what is there
     /// (including its alpha) rather than blending over it.
@@ -68,7 +69,7 @@ public:
     /// Puts the path into a Cairo context as its current path (replacing any path there).
     void appendToCairo(cairo_t* cairo) const;
 
-private:
+  private:
     std::vector<Element> m_elements;
     double m_lineWidth = 1.0;
     NSWindingRule m_windingRule = NSWindingRule::NonZero;

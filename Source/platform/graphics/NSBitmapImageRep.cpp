@@ -7,8 +7,8 @@
 namespace {
 
 bool IsWithinCap(PixelSize size) {
-    return size.width >= 1 && size.height >= 1 && size.width <= kMaxBitmapSide && size.height <= kMaxBitmapSide &&
-           int64_t(size.width) * size.height <= kMaxBitmapPixels;
+    return size.width >= 1 && size.height >= 1 && size.width <= kMaxBitmapSide &&
+           size.height <= kMaxBitmapSide && int64_t(size.width) * size.height <= kMaxBitmapPixels;
 }
 
 } // namespace
@@ -16,7 +16,8 @@ bool IsWithinCap(PixelSize size) {
 std::optional<NSBitmapImageRep> NSBitmapImageRep::bitmapWithPixelSize(PixelSize size) {
     if (!IsWithinCap(size))
         return std::nullopt;
-    return bitmapWithSurface(CairoSurface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size.width, size.height)));
+    return bitmapWithSurface(
+        CairoSurface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size.width, size.height)));
 }
 
 std::optional<NSBitmapImageRep> NSBitmapImageRep::initWithData(const NSData& data) {
@@ -32,16 +33,23 @@ std::optional<NSBitmapImageRep> NSBitmapImageRep::bitmapWithSurface(CairoSurface
         cairo_surface_get_type(surface.get()) != CAIRO_SURFACE_TYPE_IMAGE ||
         cairo_image_surface_get_format(surface.get()) != CAIRO_FORMAT_ARGB32)
         return std::nullopt;
-    if (!IsWithinCap({cairo_image_surface_get_width(surface.get()), cairo_image_surface_get_height(surface.get())}))
+    if (!IsWithinCap(
+            {cairo_image_surface_get_width(surface.get()), cairo_image_surface_get_height(surface.get())}))
         return std::nullopt;
     return NSBitmapImageRep(std::move(surface));
 }
 
-int NSBitmapImageRep::pixelsWide() const { return cairo_image_surface_get_width(m_surface.get()); }
+int NSBitmapImageRep::pixelsWide() const {
+    return cairo_image_surface_get_width(m_surface.get());
+}
 
-int NSBitmapImageRep::pixelsHigh() const { return cairo_image_surface_get_height(m_surface.get()); }
+int NSBitmapImageRep::pixelsHigh() const {
+    return cairo_image_surface_get_height(m_surface.get());
+}
 
-int NSBitmapImageRep::bytesPerRow() const { return cairo_image_surface_get_stride(m_surface.get()); }
+int NSBitmapImageRep::bytesPerRow() const {
+    return cairo_image_surface_get_stride(m_surface.get());
+}
 
 uint8_t* NSBitmapImageRep::bitmapData() const {
     // Drawing may still be pending inside Cairo; whoever reads or writes the words
@@ -50,7 +58,9 @@ uint8_t* NSBitmapImageRep::bitmapData() const {
     return cairo_image_surface_get_data(m_surface.get());
 }
 
-void NSBitmapImageRep::markDirty() const { cairo_surface_mark_dirty(m_surface.get()); }
+void NSBitmapImageRep::markDirty() const {
+    cairo_surface_mark_dirty(m_surface.get());
+}
 
 std::optional<NSData> NSBitmapImageRep::representationUsingType(NSBitmapImageFileType type,
                                                                 const PropertyDictionary& properties) const {

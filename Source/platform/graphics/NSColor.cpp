@@ -7,7 +7,9 @@
 
 namespace {
 
-double Clamped(double component) { return std::isnan(component) ? 0.0 : std::clamp(component, 0.0, 1.0); }
+double Clamped(double component) {
+    return std::isnan(component) ? 0.0 : std::clamp(component, 0.0, 1.0);
+}
 
 } // namespace
 
@@ -30,4 +32,6 @@ void NSColor::setStroke() const {
         context->setStrokeColor(*this);
 }
 
-void NSColor::setSourceOn(cairo_t* cairo) const { cairo_set_source_rgba(cairo, m_red, m_green, m_blue, m_alpha); }
+void NSColor::setSourceOn(cairo_t* cairo) const {
+    cairo_set_source_rgba(cairo, m_red, m_green, m_blue, m_alpha);
+}

@@ -6,7 +6,7 @@
 /// calibrated, device and sRGB spaces of the desktop all land here: lxkit draws into
 /// device RGB bitmaps without colour management.
 class NSColor {
-public:
+  public:
     static NSColor colorWithDeviceRed(double red, double green, double blue, double alpha);
     static NSColor colorWithCalibratedRed(double red, double green, double blue, double alpha) {
         return colorWithDeviceRed(red, green, blue, alpha);
@@ -17,7 +17,9 @@ public:
     static NSColor colorWithDeviceWhite(double white, double alpha) {
         return colorWithDeviceRed(white, white, white, alpha);
     }
-    static NSColor colorWithCalibratedWhite(double white, double alpha) { return colorWithDeviceWhite(white, alpha); }
+    static NSColor colorWithCalibratedWhite(double white, double alpha) {
+        return colorWithDeviceWhite(white, alpha);
+    }
 
     static NSColor clearColor() { return colorWithDeviceRed(0, 0, 0, 0); }
     static NSColor blackColor() { return colorWithDeviceWhite(0, 1); }
@@ -33,7 +35,9 @@ public:
     double greenComponent() const { return m_green; }
     double blueComponent() const { return m_blue; }
     double alphaComponent() const { return m_alpha; }
-    NSColor colorWithAlphaComponent(double alpha) const { return colorWithDeviceRed(m_red, m_green, m_blue, alpha); }
+    NSColor colorWithAlphaComponent(double alpha) const {
+        return colorWithDeviceRed(m_red, m_green, m_blue, alpha);
+    }
 
     /// Makes the colour the current context's fill and stroke colour.
     void set() const;
@@ -44,7 +48,7 @@ public:
 
     friend bool operator==(const NSColor&, const NSColor&) = default;
 
-private:
+  private:
     NSColor(double red, double green, double blue, double alpha)
         : m_red(red), m_green(green), m_blue(blue), m_alpha(alpha) {}
 

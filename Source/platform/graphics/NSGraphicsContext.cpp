@@ -24,8 +24,8 @@ NSGraphicsContext::NSGraphicsContext(CairoContext cairo) : m_cairo(std::move(cai
 
 NSGraphicsContext::~NSGraphicsContext() = default;
 
-std::shared_ptr<NSGraphicsContext> NSGraphicsContext::graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap,
-                                                                                       NSSize pointSize) {
+std::shared_ptr<NSGraphicsContext>
+NSGraphicsContext::graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap, NSSize pointSize) {
     CairoContext cairo(cairo_create(bitmap.surface()));
     if (cairo_status(cairo.get()) != CAIRO_STATUS_SUCCESS)
         return nullptr;
@@ -33,12 +33,14 @@ std::shared_ptr<NSGraphicsContext> NSGraphicsContext::graphicsContextWithBitmapI
         // Flip to y up, and map the point size onto the pixel size exactly, so that a
         // canvas of 240.00000000000003 points still fills its 240 pixels edge to edge.
         cairo_translate(cairo.get(), 0, bitmap.pixelsHigh());
-        cairo_scale(cairo.get(), bitmap.pixelsWide() / pointSize.width, -bitmap.pixelsHigh() / pointSize.height);
+        cairo_scale(cairo.get(), bitmap.pixelsWide() / pointSize.width,
+                    -bitmap.pixelsHigh() / pointSize.height);
     }
     return std::shared_ptr<NSGraphicsContext>(new NSGraphicsContext(std::move(cairo)));
 }
 
-std::shared_ptr<NSGraphicsContext> NSGraphicsContext::graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap) {
+std::shared_ptr<NSGraphicsContext>
+NSGraphicsContext::graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap) {
     return graphicsContextWithBitmapImageRep(bitmap, NSMakeSize(bitmap.pixelsWide(), bitmap.pixelsHigh()));
 }
 
@@ -48,7 +50,9 @@ std::shared_ptr<NSGraphicsContext> NSGraphicsContext::graphicsContextWithCairo(c
     return std::shared_ptr<NSGraphicsContext>(new NSGraphicsContext(CairoContext(cairo_reference(cairo))));
 }
 
-NSGraphicsContext* NSGraphicsContext::currentContext() { return Contexts().current.get(); }
+NSGraphicsContext* NSGraphicsContext::currentContext() {
+    return Contexts().current.get();
+}
 
 void NSGraphicsContext::setCurrentContext(std::shared_ptr<NSGraphicsContext> context) {
     Contexts().current = std::move(context);
@@ -101,4 +105,6 @@ cairo_filter_t NSGraphicsContext::imageFilter() const {
     return CAIRO_FILTER_GOOD;
 }
 
-void NSGraphicsContext::flushGraphics() { cairo_surface_flush(cairo_get_target(m_cairo.get())); }
+void NSGraphicsContext::flushGraphics() {
+    cairo_surface_flush(cairo_get_target(m_cairo.get()));
+}

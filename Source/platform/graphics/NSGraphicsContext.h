@@ -18,13 +18,14 @@ enum class NSImageInterpolation : int { Default = 0, None = 1, Low = 2, High = 3
 /// thread has its own current context and its own stack of saved ones, so drawing on one
 /// thread never changes where another thread draws.
 class NSGraphicsContext {
-public:
+  public:
     /// A context that draws into the bitmap, with the origin at the bottom-left corner, y
     /// growing upwards, and `pointSize` mapped exactly onto the bitmap's pixels.
-    static std::shared_ptr<NSGraphicsContext> graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap,
-                                                                                NSSize pointSize);
+    static std::shared_ptr<NSGraphicsContext>
+    graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap, NSSize pointSize);
     /// The same at one point per pixel.
-    static std::shared_ptr<NSGraphicsContext> graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap);
+    static std::shared_ptr<NSGraphicsContext>
+    graphicsContextWithBitmapImageRep(const NSBitmapImageRep& bitmap);
     /// A context over a Cairo context that someone else made (`graphicsContextWithGraphicsPort:`);
     /// its transform at this moment is taken as the base space.
     static std::shared_ptr<NSGraphicsContext> graphicsContextWithCairo(cairo_t* cairo);
@@ -64,7 +65,7 @@ public:
     /// Makes sure that what was drawn has reached the destination's pixels.
     void flushGraphics();
 
-private:
+  private:
     struct State {
         NSColor fillColor = NSColor::blackColor();
         NSColor strokeColor = NSColor::blackColor();

@@ -84,18 +84,23 @@ std::shared_ptr<NSImage> NSImage::imageWithBitmap(NSBitmapImageRep bitmap) {
 
 void NSImage::lockFocus() {
     NSGraphicsContext::saveGraphicsState();
-    NSGraphicsContext::setCurrentContext(NSGraphicsContext::graphicsContextWithBitmapImageRep(m_bitmap, m_size));
+    NSGraphicsContext::setCurrentContext(
+        NSGraphicsContext::graphicsContextWithBitmapImageRep(m_bitmap, m_size));
 }
 
-void NSImage::unlockFocus() { NSGraphicsContext::restoreGraphicsState(); }
+void NSImage::unlockFocus() {
+    NSGraphicsContext::restoreGraphicsState();
+}
 
-void NSImage::drawInRect(NSRect rect, NSRect fromRect, NSCompositingOperation operation, double fraction) const {
+void NSImage::drawInRect(NSRect rect, NSRect fromRect, NSCompositingOperation operation,
+                         double fraction) const {
     NSGraphicsContext* context = NSGraphicsContext::currentContext();
     if (!context || m_size.width <= 0 || m_size.height <= 0)
         return;
     if (NSEqualRects(fromRect, NSZeroRect))
         fromRect = {NSZeroPoint, m_size};
-    if (fromRect.size.width == 0 || fromRect.size.height == 0 || rect.size.width == 0 || rect.size.height == 0)
+    if (fromRect.size.width == 0 || fromRect.size.height == 0 || rect.size.width == 0 ||
+        rect.size.height == 0)
         return;
 
     // The pattern matrix takes the destination's user space to the bitmap's pixels: a

@@ -48,7 +48,8 @@ CairoSurface DecodePng(const NSData& data) {
 
     // Opaque pictures come back as RGB24 (and, from newer Cairo, deep formats); bitmaps
     // are always ARGB32.
-    CairoSurface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, cairo_image_surface_get_width(decoded.get()),
+    CairoSurface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32,
+                                                    cairo_image_surface_get_width(decoded.get()),
                                                     cairo_image_surface_get_height(decoded.get())));
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
         return nullptr;

@@ -64,7 +64,9 @@ void ConvertOpaqueRow(const uint8_t* source, int width, uint8_t* out) {
 
 /// Takes the alpha back out with rounding. For any premultiplied value c ≤ a this gives
 /// the colour whose rounded premultiplication (as Cairo and libpng readers do it) is c again.
-uint8_t Unpremultiply(uint32_t channel, uint32_t alpha) { return uint8_t((channel * 255 + alpha / 2) / alpha); }
+uint8_t Unpremultiply(uint32_t channel, uint32_t alpha) {
+    return uint8_t((channel * 255 + alpha / 2) / alpha);
+}
 
 void ConvertTranslucentRow(const uint8_t* source, int width, uint8_t* out) {
     for (int x = 0; x < width; ++x) {
@@ -189,7 +191,8 @@ std::optional<NSData> PngWriter::encode(const uint8_t* pixels, PixelSize size, s
             else
                 ConvertTranslucentRow(source, size.width, current);
             uint8_t* out = filtered.get() + (rowLength + 1) * size_t(y);
-            bool useUp = y > 0 && UpCost(current, previous, rowLength) < SubCost(current, rowLength, channels);
+            bool useUp =
+                y > 0 && UpCost(current, previous, rowLength) < SubCost(current, rowLength, channels);
             if (useUp) {
                 out[0] = FilterUp;
                 WriteUp(current, previous, rowLength, out + 1);

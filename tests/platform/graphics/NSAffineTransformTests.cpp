@@ -43,20 +43,39 @@ struct FrameCase {
 };
 
 const FrameCase kFrameCases[] = {
-    {"rotation 90", 90, false, false, [](NSPoint p) { return NSPoint{p.y - 40, 280 - p.x}; }},
-    {"rotation -90", -90, false, false, [](NSPoint p) { return NSPoint{280 - p.y, p.x + 40}; }},
-    {"flip horizontal", 0, true, false, [](NSPoint p) { return NSPoint{320 - p.x, p.y}; }},
-    {"flip vertical", 0, false, true, [](NSPoint p) { return NSPoint{p.x, 240 - p.y}; }},
+    {"rotation 90", 90, false, false,
+     [](NSPoint p) {
+         return NSPoint{p.y - 40, 280 - p.x};
+     }},
+    {"rotation -90", -90, false, false,
+     [](NSPoint p) {
+         return NSPoint{280 - p.y, p.x + 40};
+     }},
+    {"flip horizontal", 0, true, false,
+     [](NSPoint p) {
+         return NSPoint{320 - p.x, p.y};
+     }},
+    {"flip vertical", 0, false, true,
+     [](NSPoint p) {
+         return NSPoint{p.x, 240 - p.y};
+     }},
     // Mirrored vertically first, then horizontally: a half turn about the frame's centre.
-    {"both flips", 0, true, true, [](NSPoint p) { return NSPoint{320 - p.x, 240 - p.y}; }},
+    {"both flips", 0, true, true,
+     [](NSPoint p) {
+         return NSPoint{320 - p.x, 240 - p.y};
+     }},
     // The flip acts first, over the swapped height 320; then the quarter turn.
-    {"rotation 90 after flip vertical", 90, false, true, [](NSPoint p) { return NSPoint{280 - p.y, 280 - p.x}; }},
+    {"rotation 90 after flip vertical", 90, false, true,
+     [](NSPoint p) {
+         return NSPoint{280 - p.y, 280 - p.x};
+     }},
 };
 
 TEST(NSAffineTransform, FrameTransformsOfA320By240FrameMapPointsAsTheIntervalJobNeeds) {
     const NSPoint points[] = {{0, 0}, {320, 240}, {10, 200}, {160, 120}, {300.5, 17.25}};
     for (const FrameCase& c : kFrameCases) {
-        NSAffineTransform transform = frameTransform({320, 240}, c.rotation, c.flipHorizontal, c.flipVertical);
+        NSAffineTransform transform =
+            frameTransform({320, 240}, c.rotation, c.flipHorizontal, c.flipVertical);
         for (NSPoint p : points) {
             NSPoint got = transform.transformPoint(p);
             NSPoint want = c.expected(p);

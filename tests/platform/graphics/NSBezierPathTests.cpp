@@ -46,10 +46,10 @@ TEST(NSBezierPath, BoundsOfTransformedRectanglesAreTheBoxOfTheirCorners) {
 }
 
 TEST(NSBezierPath, BoundsOfCurvesFollowTheCurveNotItsControlPoints) {
-    expectRectNear(NSBezierPath::bezierPathWithOvalInRect({{10, 20}, {30, 40}})->bounds(), {{10, 20}, {30, 40}}, 1e-9,
-                   "oval");
-    expectRectNear(NSBezierPath::bezierPathWithRoundedRect({{0, 0}, {50, 20}}, 10, 10)->bounds(), {{0, 0}, {50, 20}},
-                   1e-9, "rounded");
+    expectRectNear(NSBezierPath::bezierPathWithOvalInRect({{10, 20}, {30, 40}})->bounds(),
+                   {{10, 20}, {30, 40}}, 1e-9, "oval");
+    expectRectNear(NSBezierPath::bezierPathWithRoundedRect({{0, 0}, {50, 20}}, 10, 10)->bounds(),
+                   {{0, 0}, {50, 20}}, 1e-9, "rounded");
     NSBezierPath arch;
     arch.moveToPoint({0, 0});
     arch.curveToPoint({10, 0}, {0, 10}, {10, 10});

@@ -19,8 +19,8 @@ NSData png(const NSImage& image) {
 }
 
 NSData jpeg(const NSImage& image, double factor) {
-    auto bytes = image.bitmap().representationUsingType(NSBitmapImageFileType::JPEG,
-                                                        {{NSImageCompressionFactor, PropertyValue::real(factor)}});
+    auto bytes = image.bitmap().representationUsingType(
+        NSBitmapImageFileType::JPEG, {{NSImageCompressionFactor, PropertyValue::real(factor)}});
     EXPECT_TRUE(bytes);
     return bytes.value_or(NSData());
 }
@@ -96,7 +96,8 @@ TEST(PngWriter, EncodesAVideoFrameMuchFasterThanCairosLibpngWriter) {
         for (int i = 0; i < 5; ++i) {
             auto start = Clock::now();
             work();
-            fastest = std::min(fastest, std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+            fastest =
+                std::min(fastest, std::chrono::duration<double, std::milli>(Clock::now() - start).count());
         }
         return fastest;
     };
@@ -106,8 +107,8 @@ TEST(PngWriter, EncodesAVideoFrameMuchFasterThanCairosLibpngWriter) {
         cairos = 0;
         cairo_surface_write_to_png_stream(frame->bitmap().surface(), countBytes, &cairos);
     });
-    std::printf("PNG of a 1280x720 frame: lxkit %.1f ms, %zu bytes; cairo/libpng %.1f ms, %zu bytes\n", oursMs, ours,
-                cairoMs, cairos);
+    std::printf("PNG of a 1280x720 frame: lxkit %.1f ms, %zu bytes; cairo/libpng %.1f ms, %zu bytes\n",
+                oursMs, ours, cairoMs, cairos);
     EXPECT_LT(oursMs * 2, cairoMs);
     EXPECT_LT(ours, size_t(1280) * 720 * 3) << "the data must actually compress";
 }
@@ -123,9 +124,7 @@ TEST(JpegCodec, RoundTripsSizeAndColoursCloseToTheSource) {
         auto decoded = NSBitmapImageRep::initWithData(jpeg(*quadrants, factor));
         ASSERT_TRUE(decoded);
         EXPECT_EQ(decoded->pixelSize(), (PixelSize{64, 48}));
-        const struct {
-            int x, row;
-        } probes[] = {{10, 10}, {50, 10}, {10, 40}, {50, 40}};
+        const struct { int x, row; } probes[] = {{10, 10}, {50, 10}, {10, 40}, {50, 40}};
         for (auto probe : probes) {
             uint32_t want = pixelAt(*quadrants, probe.x, probe.row);
             uint32_t got = pixelAt(*decoded, probe.x, probe.row);
@@ -189,13 +188,15 @@ TEST(NSBitmapImageRep, BitmapsAreTransparentCappedAndReadOtherFormats) {
     EXPECT_FALSE(NSBitmapImageRep::bitmapWithPixelSize({16385, 1}));
     EXPECT_FALSE(NSBitmapImageRep::bitmapWithPixelSize({10000, 5000}));
     EXPECT_FALSE(bitmap->representationUsingType(NSBitmapImageFileType::GIF, {}));
-    EXPECT_FALSE(NSBitmapImageRep::bitmapWithSurface(CairoSurface(cairo_image_surface_create(CAIRO_FORMAT_A8, 2, 2))));
+    EXPECT_FALSE(
+        NSBitmapImageRep::bitmapWithSurface(CairoSurface(cairo_image_surface_create(CAIRO_FORMAT_A8, 2, 2))));
 
     // A 16-bit greyscale PNG from another encoder reads as opaque grey.
     TemporaryFolder folder;
     auto path = folder / "grey.png";
     ASSERT_EQ(runCommand("ffmpeg -nostdin -loglevel error -f lavfi -i color=c=0x808080:s=6x4 -frames:v 1 "
-                         "-pix_fmt gray16be '" + path.string() + "'"),
+                         "-pix_fmt gray16be '" +
+                         path.string() + "'"),
               0);
     auto grey = NSBitmapImageRep::initWithData(NSData::dataWithVector(readFile(path)));
     ASSERT_TRUE(grey);

@@ -60,7 +60,8 @@ TEST(NSImage, DrawingAnImageIntoACanvasOfItsOwnSizeCopiesItsPixelsExactly) {
             auto canvas = NSImage::imageWithSize(source->size());
             canvas->lockFocus();
             NSGraphicsContext::currentContext()->setImageInterpolation(interpolation);
-            source->drawInRect({NSZeroPoint, source->size()}, NSZeroRect, NSCompositingOperation::SourceOver, 1.0);
+            source->drawInRect({NSZeroPoint, source->size()}, NSZeroRect, NSCompositingOperation::SourceOver,
+                               1.0);
             canvas->unlockFocus();
             EXPECT_EQ(pixelsOf(*canvas), pixelsOf(*source)) << "opaque " << opaque;
         }
@@ -69,7 +70,8 @@ TEST(NSImage, DrawingAnImageIntoACanvasOfItsOwnSizeCopiesItsPixelsExactly) {
 
 TEST(NSImage, DrawInRectMapsTheSourceRectangleOntoTheDestination) {
     // Left half blue, right half green (4 x 2 pixels).
-    auto source = makeImage(4, 2, [](int x, int) { return x < 2 ? argb(255, 0, 0, 255) : argb(255, 0, 255, 0); });
+    auto source =
+        makeImage(4, 2, [](int x, int) { return x < 2 ? argb(255, 0, 0, 255) : argb(255, 0, 255, 0); });
     auto canvas = NSImage::imageWithSize({8, 8});
     canvas->lockFocus();
     NSGraphicsContext::currentContext()->setImageInterpolation(NSImageInterpolation::None);
@@ -85,7 +87,8 @@ TEST(NSImage, DrawInRectMapsTheSourceRectangleOntoTheDestination) {
 }
 
 TEST(NSImage, InterpolationNoneKeepsHardEdgesAndTheDefaultBlends) {
-    auto source = makeImage(2, 1, [](int x, int) { return x == 0 ? argb(255, 0, 0, 0) : argb(255, 255, 255, 255); });
+    auto source =
+        makeImage(2, 1, [](int x, int) { return x == 0 ? argb(255, 0, 0, 0) : argb(255, 255, 255, 255); });
     auto draw = [&](NSImageInterpolation interpolation) {
         auto canvas = NSImage::imageWithSize({16, 1});
         canvas->lockFocus();

@@ -14,21 +14,34 @@
 /// Helpers for tests that look at pixels: premultiplied ARGB words, rows top first.
 namespace lxkit::test {
 
-constexpr uint32_t argb(uint32_t a, uint32_t r, uint32_t g, uint32_t b) { return a << 24 | r << 16 | g << 8 | b; }
-constexpr uint32_t alphaOf(uint32_t word) { return word >> 24; }
-constexpr uint32_t redOf(uint32_t word) { return (word >> 16) & 0xff; }
-constexpr uint32_t greenOf(uint32_t word) { return (word >> 8) & 0xff; }
-constexpr uint32_t blueOf(uint32_t word) { return word & 0xff; }
+constexpr uint32_t argb(uint32_t a, uint32_t r, uint32_t g, uint32_t b) {
+    return a << 24 | r << 16 | g << 8 | b;
+}
+constexpr uint32_t alphaOf(uint32_t word) {
+    return word >> 24;
+}
+constexpr uint32_t redOf(uint32_t word) {
+    return (word >> 16) & 0xff;
+}
+constexpr uint32_t greenOf(uint32_t word) {
+    return (word >> 8) & 0xff;
+}
+constexpr uint32_t blueOf(uint32_t word) {
+    return word & 0xff;
+}
 
 inline uint32_t pixelAt(const NSBitmapImageRep& bitmap, int x, int row) {
     uint32_t word;
     std::memcpy(&word, bitmap.bitmapData() + size_t(row) * size_t(bitmap.bytesPerRow()) + size_t(x) * 4, 4);
     return word;
 }
-inline uint32_t pixelAt(const NSImage& image, int x, int row) { return pixelAt(image.bitmap(), x, row); }
+inline uint32_t pixelAt(const NSImage& image, int x, int row) {
+    return pixelAt(image.bitmap(), x, row);
+}
 
 /// An image of one pixel per point whose pixel (x, row) is `word(x, row)`.
-inline std::shared_ptr<NSImage> makeImage(int width, int height, const std::function<uint32_t(int, int)>& word) {
+inline std::shared_ptr<NSImage> makeImage(int width, int height,
+                                          const std::function<uint32_t(int, int)>& word) {
     auto bitmap = NSBitmapImageRep::bitmapWithPixelSize({width, height});
     if (!bitmap)
         return nullptr;
