@@ -10,7 +10,7 @@
 
 /// JPEG through libjpeg-turbo's TurboJPEG interface.
 class JpegCodec {
-  public:
+public:
     /// Encodes premultiplied ARGB32 pixels (Cairo's layout). `compressionFactor` follows the
     /// desktop's convention, 0.0 the smallest file and 1.0 the best quality; it becomes the
     /// JPEG quality factor × 100, rounded and held to 1…100 (NaN counts as 0).

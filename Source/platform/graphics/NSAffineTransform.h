@@ -20,7 +20,7 @@ struct NSAffineTransformStruct {
 /// the operation added last is the first to act on a point (as with cairo_matrix_translate):
 /// translate(a), rotate(r), translate(-a) turns points about a.
 class NSAffineTransform {
-  public:
+public:
     /// The identity.
     static std::shared_ptr<NSAffineTransform> transform();
     /// A copy of another transform (`initWithTransform:`).
@@ -57,6 +57,6 @@ class NSAffineTransform {
     NSAffineTransformStruct transformStruct() const { return m_matrix; }
     void setTransformStruct(NSAffineTransformStruct matrix) { m_matrix = matrix; }
 
-  private:
+private:
     NSAffineTransformStruct m_matrix;
 };

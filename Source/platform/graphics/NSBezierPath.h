@@ -13,7 +13,7 @@ enum class NSWindingRule : int { NonZero = 0, EvenOdd = 1 };
 
 /// A path of straight and cubic curved segments in the current context's coordinates.
 class NSBezierPath {
-  public:
+public:
     enum class ElementType { MoveTo, LineTo, CurveTo, ClosePath };
     struct Element {
         ElementType type;
@@ -69,7 +69,7 @@ class NSBezierPath {
     /// Puts the path into a Cairo context as its current path (replacing any path there).
     void appendToCairo(cairo_t* cairo) const;
 
-  private:
+private:
     std::vector<Element> m_elements;
     double m_lineWidth = 1.0;
     NSWindingRule m_windingRule = NSWindingRule::NonZero;

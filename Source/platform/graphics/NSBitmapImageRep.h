@@ -18,7 +18,7 @@ inline constexpr const char* NSImageCompressionFactor = "NSImageCompressionFacto
 /// A bitmap of premultiplied ARGB32 pixels in Cairo's layout (one native-endian 32-bit
 /// word a pixel, rows `bytesPerRow` apart, top row first).
 class NSBitmapImageRep {
-  public:
+public:
     /// A fully transparent bitmap, or nothing when the size is over the cap of
     /// PixelLimits.h or the memory cannot be had.
     static std::optional<NSBitmapImageRep> bitmapWithPixelSize(PixelSize size);
@@ -41,7 +41,7 @@ class NSBitmapImageRep {
     std::optional<NSData> representationUsingType(NSBitmapImageFileType type,
                                                   const PropertyDictionary& properties) const;
 
-  private:
+private:
     explicit NSBitmapImageRep(CairoSurface surface) : m_surface(std::move(surface)) {}
     std::shared_ptr<cairo_surface_t> m_surface;
 };

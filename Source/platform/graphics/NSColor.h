@@ -6,7 +6,7 @@
 /// calibrated, device and sRGB spaces of the desktop all land here: lxkit draws into
 /// device RGB bitmaps without colour management.
 class NSColor {
-  public:
+public:
     static NSColor colorWithDeviceRed(double red, double green, double blue, double alpha);
     static NSColor colorWithCalibratedRed(double red, double green, double blue, double alpha) {
         return colorWithDeviceRed(red, green, blue, alpha);
@@ -48,7 +48,7 @@ class NSColor {
 
     friend bool operator==(const NSColor&, const NSColor&) = default;
 
-  private:
+private:
     NSColor(double red, double green, double blue, double alpha)
         : m_red(red), m_green(green), m_blue(blue), m_alpha(alpha) {}
 

@@ -18,7 +18,7 @@ enum class NSImageInterpolation : int { Default = 0, None = 1, Low = 2, High = 3
 /// thread has its own current context and its own stack of saved ones, so drawing on one
 /// thread never changes where another thread draws.
 class NSGraphicsContext {
-  public:
+public:
     /// A context that draws into the bitmap, with the origin at the bottom-left corner, y
     /// growing upwards, and `pointSize` mapped exactly onto the bitmap's pixels.
     static std::shared_ptr<NSGraphicsContext>
@@ -65,7 +65,7 @@ class NSGraphicsContext {
     /// Makes sure that what was drawn has reached the destination's pixels.
     void flushGraphics();
 
-  private:
+private:
     struct State {
         NSColor fillColor = NSColor::blackColor();
         NSColor strokeColor = NSColor::blackColor();

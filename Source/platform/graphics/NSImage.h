@@ -50,7 +50,7 @@ cairo_operator_t CairoOperatorForCompositingOperation(NSCompositingOperation ope
 /// with fractions gets the bitmap of the nearest whole pixel size, and drawing maps the
 /// point size onto it exactly.
 class NSImage {
-  public:
+public:
     /// A new, fully transparent canvas (`initWithSize:`); null when the size has no
     /// pixels or passes the cap of PixelLimits.h.
     static std::shared_ptr<NSImage> imageWithSize(NSSize size);
@@ -77,7 +77,7 @@ class NSImage {
     /// at whole-pixel positions copies the pixels exactly.
     void drawInRect(NSRect rect, NSRect fromRect, NSCompositingOperation operation, double fraction) const;
 
-  private:
+private:
     NSImage(NSBitmapImageRep bitmap, NSSize size) : m_bitmap(std::move(bitmap)), m_size(size) {}
     NSBitmapImageRep m_bitmap;
     NSSize m_size;

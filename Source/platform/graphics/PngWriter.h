@@ -13,7 +13,7 @@
 /// gets exactly the same words. It is built for speed over size: it runs on every frame
 /// the service sends.
 class PngWriter {
-  public:
+public:
     /// libdeflate's compression level: 1 is its fastest; higher levels take much longer for
     /// a few percent of size on video frames.
     static constexpr int kDefaultCompressionLevel = 1;
