@@ -2,6 +2,7 @@
 
 #include "platform/files/MountTable.h"
 #include "platform/files/Volumes.h"
+#include "platform/text/Localization.h"
 
 namespace {
 
@@ -95,8 +96,8 @@ TEST_F(ProvidedMountTable, NumbersVolumesByMountPointForTheProcess) {
 
 TEST_F(ProvidedMountTable, NamesVolumes) {
     use({{"lxkit-no-such-device", "/", "overlay"}, {"//nas/share", "/mnt/Photos", "cifs"}});
-    EXPECT_EQ(StartupVolumeName(), "Computer");
-    EXPECT_EQ(VolumeDisplayName({"lxkit-no-such-device", "/", "overlay"}), "Computer");
+    EXPECT_EQ(StartupVolumeName(), LXLocalizedString("Computer"));
+    EXPECT_EQ(VolumeDisplayName({"lxkit-no-such-device", "/", "overlay"}), LXLocalizedString("Computer"));
     EXPECT_EQ(VolumeDisplayName({"//nas/share", "/mnt/Photos", "cifs"}), "Photos");
 }
 

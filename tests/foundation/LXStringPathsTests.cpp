@@ -1,0 +1,195 @@
+#include <filesystem>
+#include <fstream>
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "foundation/NSString+LXStringPaths.h"
+#include "platform/files/MountTable.h"
+#include "platform/files/Places.h"
+#include "platform/text/Localization.h"
+#include "support/Fixtures.h"
+
+namespace fs = std::filesystem;
+using lxkit::test::TemporaryFolder;
+
+namespace {
+
+void touch(const fs::path& path, const std::string& text = "x") { std::ofstream(path) << text; }
+
+TEST(LXStringPaths, RelativePathCountsStepsFromTheReceiversFolder) {
+    const std::tuple<const char*, const char*, std::optional<std::string>> cases[] = {
+        {"/a/b/file.txt", "/a/b/other.txt", "./other.txt"},
+        {"/a/b/file.txt", "/a/c/x.txt", "../c/x.txt"},
+        {"/a/b/file.txt", "/a/b/c/d.txt", "./c/d.txt"},
+        {"/a/b/file.txt", "/z/y", "../../z/y"},
+        {"/a/b", "/a/b/c", "c"},
+        {"/a/b/file.txt", "/a/b/file.txt", std::nullopt},
+        {"/a/b/file.txt", "", std::nullopt},
+        {"a/b/file.txt", "/a/b/x", "/a/b/x"},
+        {"", "/a", "/a"},
+    };
+    for (const auto& [from, to, expected] : cases)
+        EXPECT_EQ(LXString::relativePathTo(from, to), expected) << from << " -> " << to;
+}
+
+TEST(LXStringPaths, TrashIsAStringTest) {
+    EXPECT_TRUE(LXString::isFileAtPathInTrash("/Users/ann/.Trash/x"));
+    EXPECT_TRUE(LXString::isFileAtPathInTrash("/media/ann/USB/.Trash-1000/files/a.jpg"));
+    EXPECT_TRUE(LXString::isFileAtPathInTrash("/Volumes/Disk/.Trashes/501/a"));
+    EXPECT_TRUE(LXString::isFileAtPathInTrash(UserTrashFolder() + "/files/a.jpg"));
+    EXPECT_FALSE(LXString::isFileAtPathInTrash("/home/ann/Trash/a.jpg"));
+    EXPECT_FALSE(LXString::isFileAtPathInTrash(".Trash/a"));
+}
+
+TEST(LXStringPaths, UniqueNamesCountBeforeTheExtension) {
+    TemporaryFolder folder;
+    const std::string at = folder.path().string();
+    EXPECT_EQ(LXString::uniqueNameForPath("photo.jpg", at), "photo.jpg");
+    touch(folder / "photo.jpg");
+    EXPECT_EQ(LXString::uniqueNameForPath("photo.jpg", at), "photo-1.jpg");
+    touch(folder / "photo-1.jpg");
+    fs::create_directory(folder / "photo-2.jpg");
+    EXPECT_EQ(LXString::uniqueNameForPath("photo.jpg", at), "photo-3.jpg");
+    touch(folder / "notes");
+    EXPECT_EQ(LXString::uniqueNameForPath("notes", at), "notes-1");
+    touch(folder / "name.");
+    EXPECT_EQ(LXString::uniqueNameForPath("name.", at), "name.-1");
+    touch(folder / "\xC3\xA9t\xC3\xA9.png");
+    EXPECT_EQ(LXString::uniqueNameForPath("\xC3\xA9t\xC3\xA9.png", at), "\xC3\xA9t\xC3\xA9-1.png");
+}
+
+TEST(LXStringPaths, AnswersWhatAnItemIs) {
+    TemporaryFolder folder;
+    fs::create_directory(folder / "sub");
+    touch(folder / "sub" / "inside.txt", std::string(10000, 'x'));
+    touch(folder / "file.txt");
+    fs::create_directory_symlink(folder / "sub", folder / "sub-link");
+    fs::create_symlink(folder / "file.txt", folder / "alias1");
+    fs::create_symlink(folder / "alias1", folder / "alias2");
+    fs::create_symlink(folder / "nowhere", folder / "dangling");
+    const auto at = [&](const char* name) { return (folder / name).string(); };
+
+    EXPECT_TRUE(LXString::isFolderPath(at("sub")));
+    EXPECT_TRUE(LXString::isFolderPath(at("sub-link")));
+    EXPECT_FALSE(LXString::isFolderPath(at("file.txt")));
+    EXPECT_FALSE(LXString::isFolderPath(at("missing")));
+
+    EXPECT_EQ(LXString::resolvedPath(at("alias2")), fs::canonical(folder / "file.txt").string());
+    EXPECT_EQ(LXString::resolvedPath(at("file.txt")), at("file.txt"));
+    EXPECT_EQ(LXString::resolvedPath(at("dangling")), at("dangling"));
+    EXPECT_EQ(LXString::resolvedPath(at("missing")), at("missing"));
+
+    EXPECT_EQ(LXString::sizeOfFileAtPath(at("sub")), 0u);
+    EXPECT_EQ(LXString::sizeOfFileAtPath(at("sub-link")), 0u);
+    EXPECT_EQ(LXString::sizeOfFileAtPath(at("missing")), 0u);
+    EXPECT_GE(LXString::sizeOfFileAtPath(at("sub/inside.txt")), 10000u);
+    // Allocated space, not length: a sparse file of 64 MiB occupies almost nothing.
+    fs::resize_file(folder / "file.txt", 64 << 20);
+    EXPECT_LT(LXString::sizeOfFileAtPath(at("file.txt")), 1u << 20);
+
+    EXPECT_FALSE(LXString::isTimeMachineVolumePath(folder.path().string()));
+    touch(folder / "Backups.backupdb");
+    EXPECT_TRUE(LXString::isTimeMachineVolumePath(folder.path().string()));
+
+    FSRef ref;
+    ASSERT_TRUE(LXString::getFSRef(at("alias1"), &ref));
+    EXPECT_EQ(LXString::pathWithFSRef(&ref), fs::canonical(folder.path()).string() + "/alias1");
+    EXPECT_FALSE(LXString::getFSRef(at("missing"), &ref));
+    EXPECT_EQ(LXString::pathWithFSRef(nullptr), std::nullopt);
+}
+
+TEST(LXStringPaths, HiddenItemsAreInvisible) {
+    TemporaryFolder folder;
+    touch(folder / "shown.txt");
+    touch(folder / ".dotted");
+    touch(folder / "listed.txt");
+    touch(folder / ".hidden", "listed.txt\n");
+    EXPECT_TRUE(LXString::isVisibleFilePath((folder / "shown.txt").string()));
+    EXPECT_FALSE(LXString::isVisibleFilePath((folder / ".dotted").string()));
+    EXPECT_FALSE(LXString::isVisibleFilePath((folder / "listed.txt").string()));
+    EXPECT_TRUE(LXString::isVisibleFilePath((folder / "missing").string()));
+    EXPECT_TRUE(LXString::isVisibleFilePath(""));
+}
+
+TEST(LXStringPaths, TargetsAcceptWhatTheyHandle) {
+    TemporaryFolder folder;
+    touch(folder / "picture.png");
+    touch(folder / "notes.txt");
+    std::ofstream(folder / "viewer.desktop") << "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %f\n"
+                                                "MimeType=image/png;image/jpeg;\n";
+    const auto at = [&](const char* name) { return (folder / name).string(); };
+    EXPECT_TRUE(LXString::pathCanAcceptPath(at("viewer.desktop"), at("picture.png")));
+    EXPECT_FALSE(LXString::pathCanAcceptPath(at("viewer.desktop"), at("notes.txt")));
+    EXPECT_TRUE(LXString::pathCanAcceptPath(folder.path().string(), at("notes.txt")));
+    EXPECT_FALSE(LXString::pathCanAcceptPath(at("notes.txt"), at("picture.png")));
+    EXPECT_FALSE(LXString::pathCanAcceptPath(at("viewer.desktop"), at("missing.png")));
+    EXPECT_FALSE(LXString::pathCanAcceptPath(at("missing"), at("picture.png")));
+    if (geteuid() != 0) {
+        fs::create_directory(folder / "locked");
+        fs::permissions(folder / "locked", fs::perms::owner_read | fs::perms::owner_exec);
+        EXPECT_FALSE(LXString::pathCanAcceptPath(at("locked"), at("notes.txt")));
+    }
+}
+
+TEST(LXStringPaths, StandardDirectoriesAreTheXDGOnes) {
+    EXPECT_EQ(LXString::pathForStandardUserDirectory(13), g_get_user_cache_dir());
+    EXPECT_EQ(LXString::pathForStandardUserDirectory(14), g_get_user_data_dir());
+    EXPECT_EQ(LXString::pathForStandardUserDirectory(102), UserTrashFolder());
+    const char* pictures = g_get_user_special_dir(G_USER_DIRECTORY_PICTURES);
+    EXPECT_EQ(LXString::pathForStandardUserDirectory(19), pictures ? pictures : "");
+    EXPECT_EQ(LXString::pathForStandardUserDirectory(7), "");
+    EXPECT_EQ(LXString::pathForStandardUserDirectory(0), "");
+}
+
+class LXStringVolumes : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_network = fs::canonical(m_folder.path()).string() + "/net";
+        fs::create_directories(m_network + "/Pictures");
+        touch(m_network + "/Pictures/a.jpg");
+        const std::string network = m_network;
+        SetMountTableProvider([network]() -> std::vector<MountEntry> {
+            return {{"lxkit-no-such-device", "/", "ext4"}, {"//nas._smb._tcp.local/photos", network, "cifs"}};
+        });
+    }
+    void TearDown() override { SetMountTableProvider(nullptr); }
+
+    TemporaryFolder m_folder;
+    std::string m_network;
+};
+
+TEST_F(LXStringVolumes, TellsNetworkVolumesApart) {
+    const int16_t root = LXString::volumeOfPath("/");
+    const int16_t share = LXString::volumeOfPath(m_network + "/Pictures/a.jpg");
+    EXPECT_NE(root, 0);
+    EXPECT_NE(share, 0);
+    EXPECT_NE(root, share);
+    EXPECT_EQ(LXString::volumeOfPath(m_network), share);
+    EXPECT_EQ(LXString::volumeOfPath(m_folder.path().string()), root);
+    EXPECT_EQ(LXString::volumeOfPath(m_network + "/missing"), 0);
+
+    EXPECT_TRUE(LXString::isFilePathOnSharedVolume(m_network + "/Pictures"));
+    EXPECT_FALSE(LXString::isFilePathOnSharedVolume(m_folder.path().string()));
+    EXPECT_FALSE(LXString::isFilePathOnSharedVolume(m_network + "/missing"));
+}
+
+TEST_F(LXStringVolumes, NamesVolumesByMountFolderElseTheStartupVolume) {
+    const std::string user = g_get_user_name();
+    const std::string computer = LXLocalizedString("Computer");
+    const std::pair<std::string, std::string> cases[] = {
+        {"/Volumes/Backup/x", "Backup"},
+        {"/Volumes/Backup", "Backup"},
+        {"/media/" + user + "/Stick/a.jpg", "Stick"},
+        {"/run/media/" + user + "/Card", "Card"},
+        {"/mnt/Disk/x", "Disk"},
+        {"/Volumes", computer},
+        {"/mnt", computer},
+        {"/", computer},
+        {"/home/x", computer},
+    };
+    for (const auto& [path, name] : cases)
+        EXPECT_EQ(LXString::volumeNameForPath(path), name) << path;
+}
+
+} // namespace
