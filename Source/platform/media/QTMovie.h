@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,8 +30,14 @@ class MovieDecoder;
 /// A movie opened from bytes in memory, over FFmpeg.
 class QTMovie {
 public:
-    /// Opens the movie in `data`, which the movie keeps alive. An error says why not.
+    /// Opens the movie in `data`, which the movie keeps alive. An error says why not
+    /// (empty, unreadable, truncated or damaged bytes).
     static ErrorOr<std::shared_ptr<QTMovie>> movieWithData(const NSData& data);
+    /// A movie assembled in memory from tracks without samples, at time scale 600 and
+    /// with the given duration: it answers every question about tracks and sizes, and
+    /// has no frames to grab.
+    static std::shared_ptr<QTMovie> movieWithTracks(std::vector<std::shared_ptr<QTTrack>> tracks,
+                                                    QTTime duration = QTZeroTime);
     ~QTMovie();
     QTMovie(const QTMovie&) = delete;
     QTMovie& operator=(const QTMovie&) = delete;
@@ -48,17 +55,28 @@ public:
     /// `QTMovieCurrentSizeAttribute`: the size at which the movie is displayed.
     NSSize currentSize() const;
     void setCurrentSize(NSSize size);
+    /// Called after every `setCurrentSize`, with the size set (the platform's "size did
+    /// change" notification, which views displaying the movie listen to).
+    void setCurrentSizeObserver(std::function<void(NSSize)> observer);
 
     /// The picture shown at `time`: the last frame of the first enabled video track whose
-    /// presentation time is at or before `time`, turned by the track's display matrix,
-    /// with its pixel aspect applied, and scaled to exactly the attributes' size. Nothing
-    /// at or beyond the end, before the start, or when the size has no pixels or passes
-    /// the cap of PixelLimits.h. Grabs in ascending time reuse the decoder's position.
+    /// presentation time is at or before `time`, turned by the track's display matrix and
+    /// scaled to exactly the attributes' size (which already carries the pixel aspect).
+    /// "No image" is always an error, never a null image: for a time before the start
+    /// or at or beyond the end, a size without pixels or over the cap of PixelLimits.h, a
+    /// movie without an enabled video track, or video that cannot be decoded. Grabs at
+    /// ascending times continue decoding where the last one stopped.
     ErrorOr<std::shared_ptr<NSImage>> frameImageAtTime(QTTime time, const QTFrameImageAttributes& attributes);
 
 private:
     QTMovie();
+    void adoptTracks(std::vector<std::shared_ptr<QTTrack>> tracks);
+
     std::unique_ptr<MovieDecoder> m_decoder;
+    int64_t m_timeScale = QTDefaultTimeScale;
+    QTTime m_duration;
+    std::vector<QTMovieChapter> m_chapters;
     std::vector<std::shared_ptr<QTTrack>> m_tracks;
     NSSize m_currentSize;
+    std::function<void(NSSize)> m_currentSizeObserver;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "platform/core/NSGeometry.h"
@@ -8,8 +9,8 @@
 /// One track of a movie, in the container's order.
 class QTTrack {
 public:
-    QTTrack(QTMedia media, bool enabled, std::optional<NSRect> bounds)
-        : m_media(std::move(media)), m_enabled(enabled), m_bounds(bounds) {}
+    QTTrack(QTMedia media, bool enabled, std::optional<NSRect> bounds, int64_t trackID = 0)
+        : m_media(std::move(media)), m_enabled(enabled), m_bounds(bounds), m_trackID(trackID) {}
 
     const QTMedia& media() const { return m_media; }
     bool isEnabled() const { return m_enabled; }
@@ -20,8 +21,13 @@ public:
     std::optional<NSRect> bounds() const { return m_bounds; }
     void setBounds(NSRect bounds) { m_bounds = bounds; }
 
+    /// The container's identifier of the track (the 'tkhd' track ID of QuickTime and
+    /// ISO base media files); 0 when the container has none.
+    int64_t trackID() const { return m_trackID; }
+
 private:
     QTMedia m_media;
     bool m_enabled;
     std::optional<NSRect> m_bounds;
+    int64_t m_trackID;
 };

@@ -1,0 +1,136 @@
+#include "platform/media/MemoryInput.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <mutex>
+#include <string_view>
+
+namespace {
+
+constexpr int kIOBufferSize = 64 * 1024;
+// Probing stops after this much: enough for every container's header and the first
+// frames of several streams, small enough that garbage cannot keep us busy.
+constexpr int64_t kProbeSize = 8 * 1024 * 1024;
+constexpr int64_t kAnalyzeDuration = 5 * int64_t(AV_TIME_BASE);
+constexpr unsigned kMaxStreams = 64;
+constexpr auto kOpenDeadline = std::chrono::seconds(10);
+
+void SilenceFFmpeg() {
+    // The platform layer reports failures through its return values, never in a log.
+    static std::once_flag once;
+    std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
+}
+
+} // namespace
+
+std::string FFmpegErrorText(int code) {
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    std::string result = text;
+    if (!result.empty())
+        result[0] = char(std::tolower(static_cast<unsigned char>(result[0])));
+    return result;
+}
+
+MemoryInput::~MemoryInput() {
+    // The demuxer reads through the I/O context until it is closed, so it goes first.
+    m_format.reset();
+    m_io.reset();
+}
+
+ErrorOr<std::unique_ptr<MemoryInput>> MemoryInput::open(const NSData& data) {
+    if (data.empty())
+        return makeError("the movie data is empty");
+    if (data.length() > size_t(INT64_MAX))
+        return makeError("the movie data is too large");
+    SilenceFFmpeg();
+
+    std::unique_ptr<MemoryInput> input(new MemoryInput(data));
+    auto* buffer = static_cast<uint8_t*>(av_malloc(kIOBufferSize));
+    if (!buffer)
+        return makeError("out of memory");
+    AVIOContext* io = avio_alloc_context(buffer, kIOBufferSize, 0, input.get(), &read, nullptr, &seek);
+    if (!io) {
+        av_free(buffer);
+        return makeError("out of memory");
+    }
+    input->m_io.reset(io);
+
+    AVFormatContext* format = avformat_alloc_context();
+    if (!format)
+        return makeError("out of memory");
+    format->pb = io;
+    format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    format->probesize = kProbeSize;
+    format->max_analyze_duration = kAnalyzeDuration;
+    format->max_streams = kMaxStreams;
+    format->interrupt_callback = {&interrupt, input.get()};
+    input->setDeadline(kOpenDeadline);
+    // On failure avformat_open_input frees the context itself.
+    int result = avformat_open_input(&format, nullptr, nullptr, nullptr);
+    if (result < 0)
+        return makeError("the data is not a movie that can be read (" + FFmpegErrorText(result) + ")");
+    input->m_format.reset(format);
+
+    result = avformat_find_stream_info(format, nullptr);
+    if (result < 0)
+        return makeError("the movie's streams cannot be read (" + FFmpegErrorText(result) + ")");
+    if (input->m_deadline < std::chrono::steady_clock::now())
+        return makeError("the movie took too long to open");
+    return input;
+}
+
+bool MemoryInput::isIsoMedia() const {
+    // The mov demuxer serves every QuickTime and ISO base media flavour; its name lists them.
+    std::string_view name = m_format->iformat->name;
+    return name.find("mov") != std::string_view::npos || name.find("mp4") != std::string_view::npos;
+}
+
+void MemoryInput::setDeadline(std::chrono::steady_clock::duration fromNow) {
+    m_deadline = std::chrono::steady_clock::now() + fromNow;
+}
+
+int MemoryInput::read(void* opaque, uint8_t* buffer, int size) {
+    auto* input = static_cast<MemoryInput*>(opaque);
+    size_t left = input->m_data.length() - input->m_position;
+    if (left == 0)
+        return AVERROR_EOF;
+    size_t count = std::min(left, size_t(std::max(size, 0)));
+    std::memcpy(buffer, input->m_data.bytes() + input->m_position, count);
+    input->m_position += count;
+    return int(count);
+}
+
+int64_t MemoryInput::seek(void* opaque, int64_t offset, int whence) {
+    auto* input = static_cast<MemoryInput*>(opaque);
+    int64_t length = int64_t(input->m_data.length());
+    if (whence & AVSEEK_SIZE)
+        return length;
+    int64_t base = 0;
+    switch (whence & ~AVSEEK_FORCE) {
+    case SEEK_SET:
+        base = 0;
+        break;
+    case SEEK_CUR:
+        base = int64_t(input->m_position);
+        break;
+    case SEEK_END:
+        base = length;
+        break;
+    default:
+        return AVERROR(EINVAL);
+    }
+    if ((offset > 0 && base > length - offset) || base + offset < 0)
+        return AVERROR(EINVAL);
+    int64_t target = base + offset;
+    if (target > length)
+        return AVERROR(EINVAL);
+    input->m_position = size_t(target);
+    return target;
+}
+
+int MemoryInput::interrupt(void* opaque) {
+    auto* input = static_cast<MemoryInput*>(opaque);
+    return std::chrono::steady_clock::now() > input->m_deadline ? 1 : 0;
+}

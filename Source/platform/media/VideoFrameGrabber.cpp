@@ -1,0 +1,441 @@
+#include "platform/media/VideoFrameGrabber.h"
+
+#include <algorithm>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+#include "platform/media/MemoryInput.h"
+
+namespace {
+
+// A packet may only be skipped when a later packet is known to be presented between it
+// and the target, so the decision looks this far ahead in decoding order; it covers the
+// reordering depth of every common codec.
+constexpr size_t kLookahead = 16;
+// Without an index, decoding on is preferred to seeking for gaps shorter than this.
+constexpr int64_t kUnindexedContinueMicroseconds = 3 * int64_t(AV_TIME_BASE);
+constexpr int kMaxSeekAttempts = 8;
+// A grab on hostile or enormous input gives up after this long rather than hang.
+constexpr auto kGrabDeadline = std::chrono::seconds(60);
+constexpr int kMaxConsecutiveDecodeErrors = 1000;
+
+} // namespace
+
+VideoFrameGrabber::VideoFrameGrabber(MemoryInput& input, AVStream* stream, int64_t startOffset, int rotation)
+    : m_input(input), m_stream(stream), m_streamIndex(stream->index), m_startOffset(startOffset),
+      m_rotation(rotation) {}
+
+VideoFrameGrabber::~VideoFrameGrabber() = default;
+
+ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInput& input, int streamIndex,
+                                                                      int64_t startOffset, int rotation) {
+    AVFormatContext* format = input.format();
+    if (streamIndex < 0 || unsigned(streamIndex) >= format->nb_streams)
+        return makeError("the movie has no such stream");
+    AVStream* stream = format->streams[streamIndex];
+    const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
+    if (!decoder)
+        return makeError("there is no decoder for the movie's video");
+    CodecContextHandle codec(avcodec_alloc_context3(decoder));
+    if (!codec)
+        return makeError("out of memory");
+    int result = avcodec_parameters_to_context(codec.get(), stream->codecpar);
+    if (result < 0)
+        return makeError("the video's parameters are unusable (" + FFmpegErrorText(result) + ")");
+    codec->pkt_timebase = stream->time_base;
+    codec->thread_count = 0;
+    codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    result = avcodec_open2(codec.get(), decoder, nullptr);
+    if (result < 0)
+        return makeError("the video decoder cannot be opened (" + FFmpegErrorText(result) + ")");
+
+    // Only this stream's packets are wanted; the demuxer drops the others unread.
+    for (unsigned i = 0; i < format->nb_streams; ++i)
+        format->streams[i]->discard = int(i) == streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+
+    std::unique_ptr<VideoFrameGrabber> grabber(new VideoFrameGrabber(input, stream, startOffset, rotation));
+    grabber->m_codec = std::move(codec);
+    grabber->m_shown.reset(av_frame_alloc());
+    grabber->m_ahead.reset(av_frame_alloc());
+    if (!grabber->m_shown || !grabber->m_ahead)
+        return makeError("out of memory");
+    return grabber;
+}
+
+ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(int64_t value, int scale, PixelSize size) {
+    if (scale <= 0)
+        return makeError("the time has no time scale");
+    m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
+    m_input.setDeadline(kGrabDeadline);
+    auto frame = locate(Target{value, AVRational{1, scale}});
+    if (frame.isError())
+        return frame.error();
+    return convert(frame.value(), size);
+}
+
+int64_t VideoFrameGrabber::presentationTime(const AVFrame* frame) {
+    return frame->best_effort_timestamp != AV_NOPTS_VALUE ? frame->best_effort_timestamp : frame->pts;
+}
+
+int VideoFrameGrabber::compareToTarget(int64_t streamTime, Target target) const {
+    // Exact comparison in both time bases, so a frame exactly on the target counts as shown.
+    return av_compare_ts(streamTime - m_startOffset, m_stream->time_base, target.value, target.base);
+}
+
+int64_t VideoFrameGrabber::toStreamTime(Target target) const {
+    return av_rescale_q_rnd(target.value, target.base, m_stream->time_base,
+                            AVRounding(AV_ROUND_DOWN | AV_ROUND_PASS_MINMAX)) +
+           m_startOffset;
+}
+
+int VideoFrameGrabber::keyframeIndexAt(int64_t streamTime) const {
+    return av_index_search_timestamp(m_stream, streamTime, AVSEEK_FLAG_BACKWARD);
+}
+
+bool VideoFrameGrabber::canContinueTo(Target target) const {
+    if (!m_positioned)
+        return false;
+    // Without a shown frame the last seek landed at the stream's start, so everything
+    // still comes in order.
+    if (!m_shown->buf[0])
+        return true;
+    int64_t shown = presentationTime(m_shown.get());
+    if (shown == AV_NOPTS_VALUE || compareToTarget(shown, target) > 0)
+        return false;
+    int64_t targetTime = toStreamTime(target);
+    if (avformat_index_get_entries_count(m_stream) > 0) {
+        // A keyframe between here and the target means a seek decodes less.
+        return keyframeIndexAt(targetTime) == keyframeIndexAt(shown);
+    }
+    return av_rescale_q(targetTime - shown, m_stream->time_base, AV_TIME_BASE_Q) <
+           kUnindexedContinueMicroseconds;
+}
+
+void VideoFrameGrabber::resetDecoder() {
+    avcodec_flush_buffers(m_codec.get());
+    av_frame_unref(m_shown.get());
+    av_frame_unref(m_ahead.get());
+    m_packets.clear();
+    m_demuxEnded = false;
+    m_flushSent = false;
+    m_decoderEnded = false;
+    m_positioned = false;
+}
+
+bool VideoFrameGrabber::seekToStart() {
+    AVFormatContext* format = m_input.format();
+    int64_t start = m_stream->start_time != AV_NOPTS_VALUE ? m_stream->start_time : 0;
+    if (av_seek_frame(format, m_streamIndex, start, AVSEEK_FLAG_BACKWARD) >= 0)
+        return true;
+    if (avformat_seek_file(format, -1, INT64_MIN, 0, 0, 0) >= 0)
+        return true;
+    return av_seek_frame(format, -1, 0, AVSEEK_FLAG_BYTE) >= 0;
+}
+
+ErrorOr<bool> VideoFrameGrabber::seekTo(Target target) {
+    AVFormatContext* format = m_input.format();
+    int64_t seekTime = toStreamTime(target);
+    int64_t stepBack = std::max<int64_t>(1, av_rescale_q(AV_TIME_BASE, AV_TIME_BASE_Q, m_stream->time_base));
+    bool fromStart = false;
+    for (int attempt = 0;; ++attempt) {
+        if (attempt >= kMaxSeekAttempts)
+            fromStart = true;
+        resetDecoder();
+        if (!fromStart && av_seek_frame(format, m_streamIndex, seekTime, AVSEEK_FLAG_BACKWARD) < 0)
+            fromStart = true;
+        if (fromStart && !seekToStart())
+            return makeError("the movie cannot be positioned");
+        m_positioned = true;
+        Decoded first = decodeNext(target, m_ahead.get());
+        if (first == Decoded::TimedOut)
+            return makeError("decoding took too long");
+        if (fromStart)
+            return true;
+        if (first == Decoded::Frame) {
+            int64_t time = presentationTime(m_ahead.get());
+            if (time == AV_NOPTS_VALUE || compareToTarget(time, target) <= 0)
+                return true;
+            // The keyframe found is presented after the target (it is decoded before
+            // its presentation time): look for the keyframe before it.
+            seekTime = std::min(seekTime, time);
+        }
+        if (seekTime < INT64_MIN / 2 + stepBack)
+            fromStart = true;
+        else
+            seekTime -= stepBack;
+        stepBack = std::min<int64_t>(stepBack * 2, INT64_MAX / 4);
+        if (m_stream->start_time != AV_NOPTS_VALUE && seekTime < m_stream->start_time)
+            fromStart = true;
+    }
+}
+
+ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target) {
+    if (!canContinueTo(target)) {
+        auto sought = seekTo(target);
+        if (sought.isError())
+            return sought.error();
+    }
+    for (;;) {
+        if (m_ahead->buf[0]) {
+            int64_t time = presentationTime(m_ahead.get());
+            if (m_shown->buf[0] && time != AV_NOPTS_VALUE && compareToTarget(time, target) > 0)
+                break;
+            if (!m_shown->buf[0] && time != AV_NOPTS_VALUE && compareToTarget(time, target) > 0) {
+                // Nothing is presented before the first frame, which stands in for it.
+                return m_ahead.get();
+            }
+            av_frame_unref(m_shown.get());
+            av_frame_move_ref(m_shown.get(), m_ahead.get());
+        }
+        Decoded next = decodeNext(target, m_ahead.get());
+        if (next == Decoded::TimedOut)
+            return makeError("decoding took too long");
+        if (next == Decoded::End)
+            break;
+    }
+    if (!m_shown->buf[0])
+        return makeError("no frame of the video could be decoded");
+    return m_shown.get();
+}
+
+bool VideoFrameGrabber::readAhead(size_t count) {
+    AVFormatContext* format = m_input.format();
+    while (m_packets.size() < count && !m_demuxEnded) {
+        PacketHandle packet(av_packet_alloc());
+        if (!packet)
+            return false;
+        // Any read error ends the stream: damaged data is treated as its end.
+        if (av_read_frame(format, packet.get()) < 0) {
+            m_demuxEnded = true;
+            break;
+        }
+        if (packet->stream_index == m_streamIndex)
+            m_packets.push_back(std::move(packet));
+    }
+    return true;
+}
+
+bool VideoFrameGrabber::mayDiscard(const AVPacket& packet, Target target) const {
+    if (packet.pts == AV_NOPTS_VALUE || compareToTarget(packet.pts, target) >= 0)
+        return false;
+    // Only a frame that some other frame replaces before the target can go undecoded;
+    // the decoder then drops it only if nothing refers to it.
+    return std::any_of(m_packets.begin(), m_packets.end(), [&](const PacketHandle& later) {
+        return later->pts != AV_NOPTS_VALUE && later->pts > packet.pts && compareToTarget(later->pts, target) <= 0;
+    });
+}
+
+VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame* into) {
+    int errors = 0;
+    for (;;) {
+        if (std::chrono::steady_clock::now() > m_deadline)
+            return Decoded::TimedOut;
+        if (m_decoderEnded)
+            return Decoded::End;
+        int result = avcodec_receive_frame(m_codec.get(), into);
+        if (result == 0)
+            return Decoded::Frame;
+        if (result == AVERROR_EOF) {
+            m_decoderEnded = true;
+            return Decoded::End;
+        }
+        if (result != AVERROR(EAGAIN)) {
+            if (++errors > kMaxConsecutiveDecodeErrors)
+                return Decoded::End;
+            continue;
+        }
+        if (m_flushSent) {
+            m_decoderEnded = true;
+            return Decoded::End;
+        }
+        readAhead(kLookahead + 1);
+        if (m_packets.empty()) {
+            avcodec_send_packet(m_codec.get(), nullptr);
+            m_flushSent = true;
+            continue;
+        }
+        PacketHandle packet = std::move(m_packets.front());
+        m_packets.pop_front();
+        m_codec->skip_frame = mayDiscard(*packet, target) ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+        result = avcodec_send_packet(m_codec.get(), packet.get());
+        if (result == AVERROR(EAGAIN)) {
+            m_packets.push_front(std::move(packet));
+        } else if (result < 0 && result != AVERROR_INVALIDDATA) {
+            if (++errors > kMaxConsecutiveDecodeErrors)
+                return Decoded::End;
+        }
+    }
+}
+
+SwsContext* VideoFrameGrabber::scalerFor(const AVFrame* frame, int width, int height) {
+    int colorspace = frame->colorspace;
+    ScalerKey key{frame->width, frame->height, frame->format, width, height, colorspace, frame->color_range};
+    if (m_scaler && key == m_scalerKey)
+        return m_scaler.get();
+    m_scaler.reset(sws_getContext(frame->width, frame->height, AVPixelFormat(frame->format), width, height,
+                                  AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr, nullptr, nullptr));
+    if (!m_scaler)
+        return nullptr;
+    // The frame's own matrix and range, as a player shows it; unmarked video is BT.601.
+    int matrix = colorspace;
+    if (matrix == AVCOL_SPC_UNSPECIFIED || matrix == AVCOL_SPC_RGB || matrix > AVCOL_SPC_BT2020_CL)
+        matrix = SWS_CS_DEFAULT;
+    int* inverseTable = nullptr;
+    int* table = nullptr;
+    int sourceRange = 0, destinationRange = 0, brightness = 0, contrast = 0, saturation = 0;
+    if (sws_getColorspaceDetails(m_scaler.get(), &inverseTable, &sourceRange, &table, &destinationRange,
+                                 &brightness, &contrast, &saturation) >= 0) {
+        if (frame->color_range == AVCOL_RANGE_JPEG)
+            sourceRange = 1;
+        sws_setColorspaceDetails(m_scaler.get(), sws_getCoefficients(matrix), sourceRange, table,
+                                 destinationRange, brightness, contrast, saturation);
+    }
+    m_scalerKey = key;
+    return m_scaler.get();
+}
+
+namespace {
+
+/// Turns one plane of `width` x `height` elements of `element` bytes each, clockwise.
+void TurnPlane(const uint8_t* source, int sourceStride, uint8_t* destination, int destinationStride, int width,
+               int height, int element, int rotation) {
+    // Destination (x, y) comes from source (sx, sy); the destination is height x width
+    // for quarter turns.
+    int outWidth = rotation == 180 ? width : height;
+    int outHeight = rotation == 180 ? height : width;
+    for (int y = 0; y < outHeight; ++y) {
+        uint8_t* row = destination + ptrdiff_t(y) * destinationStride;
+        for (int x = 0; x < outWidth; ++x) {
+            int sx, sy;
+            if (rotation == 90) {
+                sx = y;
+                sy = height - 1 - x;
+            } else if (rotation == 270) {
+                sx = width - 1 - y;
+                sy = x;
+            } else {
+                sx = width - 1 - x;
+                sy = height - 1 - y;
+            }
+            const uint8_t* pixel = source + ptrdiff_t(sy) * sourceStride + ptrdiff_t(sx) * element;
+            if (element == 1)
+                row[x] = *pixel;
+            else
+                std::memcpy(row + ptrdiff_t(x) * element, pixel, size_t(element));
+        }
+    }
+}
+
+} // namespace
+
+const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
+    // Players turn the decoded picture and then scale it. Scaling first would be
+    // cheaper, but the scaler's vertical and horizontal filters differ enough to change
+    // sharp detail visibly, so the planes are turned while still in their own format,
+    // where that format keeps its shape under a quarter turn.
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
+    if (!descriptor || descriptor->log2_chroma_w != descriptor->log2_chroma_h ||
+        (descriptor->flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_PAL)))
+        return nullptr;
+    int elementSize[4] = {0, 0, 0, 0};
+    int planes = 0;
+    for (int c = 0; c < descriptor->nb_components; ++c) {
+        const AVComponentDescriptor& component = descriptor->comp[c];
+        if (component.plane < 0 || component.plane > 3 || component.step <= 0 || component.step > 8)
+            return nullptr;
+        if (elementSize[component.plane] && elementSize[component.plane] != component.step)
+            return nullptr;
+        elementSize[component.plane] = component.step;
+        planes = std::max(planes, component.plane + 1);
+    }
+    bool turned = m_rotation == 90 || m_rotation == 270;
+    int width = turned ? frame->height : frame->width;
+    int height = turned ? frame->width : frame->height;
+    if (!m_turned || m_turned->width != width || m_turned->height != height || m_turned->format != frame->format ||
+        av_frame_is_writable(m_turned.get()) == 0) {
+        m_turned.reset(av_frame_alloc());
+        if (!m_turned)
+            return nullptr;
+        m_turned->width = width;
+        m_turned->height = height;
+        m_turned->format = frame->format;
+        if (av_frame_get_buffer(m_turned.get(), 0) < 0) {
+            m_turned.reset();
+            return nullptr;
+        }
+    }
+    av_frame_copy_props(m_turned.get(), frame);
+    bool isYUV = !(descriptor->flags & AV_PIX_FMT_FLAG_RGB) && descriptor->nb_components >= 3;
+    for (int plane = 0; plane < planes; ++plane) {
+        if (!elementSize[plane])
+            continue;
+        // Planes 1 and 2 of YUV formats carry the subsampled chroma.
+        bool chroma = isYUV && (plane == 1 || plane == 2);
+        int planeWidth = chroma ? AV_CEIL_RSHIFT(frame->width, descriptor->log2_chroma_w) : frame->width;
+        int planeHeight = chroma ? AV_CEIL_RSHIFT(frame->height, descriptor->log2_chroma_h) : frame->height;
+        TurnPlane(frame->data[plane], frame->linesize[plane], m_turned->data[plane], m_turned->linesize[plane],
+                  planeWidth, planeHeight, elementSize[plane], m_rotation);
+    }
+    return m_turned.get();
+}
+
+ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, PixelSize size) {
+    if (frame->width <= 0 || frame->height <= 0)
+        return makeError("the decoded frame has no pixels");
+    if (!sws_isSupportedInput(AVPixelFormat(frame->format)))
+        return makeError("the video's pixel format cannot be converted");
+    auto bitmap = NSBitmapImageRep::bitmapWithPixelSize(size);
+    if (!bitmap)
+        return makeError("the frame bitmap cannot be made");
+    uint8_t* pixels = bitmap->bitmapData();
+    int stride = bitmap->bytesPerRow();
+
+    const AVFrame* source = frame;
+    bool turnAfterScaling = false;
+    if (m_rotation != 0) {
+        source = turnedFrame(frame);
+        if (!source) {
+            // Formats that change shape under a turn (4:2:2 and packed ones) are turned
+            // after scaling instead.
+            source = frame;
+            turnAfterScaling = true;
+        }
+    }
+    bool swapped = turnAfterScaling && (m_rotation == 90 || m_rotation == 270);
+    int width = swapped ? size.height : size.width;
+    int height = swapped ? size.width : size.height;
+    SwsContext* scaler = scalerFor(source, width, height);
+    if (!scaler)
+        return makeError("the frame cannot be scaled");
+
+    if (!turnAfterScaling) {
+        uint8_t* planes[4] = {pixels, nullptr, nullptr, nullptr};
+        int strides[4] = {stride, 0, 0, 0};
+        sws_scale(scaler, source->data, source->linesize, 0, source->height, planes, strides);
+    } else {
+        m_turnBuffer.resize(size_t(width) * 4 * size_t(height));
+        uint8_t* planes[4] = {m_turnBuffer.data(), nullptr, nullptr, nullptr};
+        int strides[4] = {width * 4, 0, 0, 0};
+        sws_scale(scaler, source->data, source->linesize, 0, source->height, planes, strides);
+        TurnPlane(m_turnBuffer.data(), width * 4, pixels, stride, width, height, 4, m_rotation);
+    }
+
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
+    if (descriptor && (descriptor->flags & AV_PIX_FMT_FLAG_ALPHA)) {
+        // The bitmap holds premultiplied colour; swscale gives it straight.
+        for (int y = 0; y < size.height; ++y) {
+            auto row = reinterpret_cast<uint32_t*>(pixels + size_t(y) * size_t(stride));
+            for (int x = 0; x < size.width; ++x) {
+                uint32_t p = row[x];
+                uint32_t a = p >> 24;
+                auto mul = [a](uint32_t c) { return (c * a + 127) / 255; };
+                row[x] = (a << 24) | (mul((p >> 16) & 0xFF) << 16) | (mul((p >> 8) & 0xFF) << 8) | mul(p & 0xFF);
+            }
+        }
+    }
+    bitmap->markDirty();
+    return std::move(*bitmap);
+}

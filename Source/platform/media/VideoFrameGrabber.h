@@ -1,0 +1,84 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <memory>
+
+#include "platform/core/ErrorOr.h"
+#include "platform/graphics/NSBitmapImageRep.h"
+#include "platform/media/FFmpegHandles.h"
+
+class MemoryInput;
+
+/// Decodes the frames of one video stream on demand and keeps its place between grabs,
+/// so that a grab later in the movie continues where the last one stopped instead of
+/// seeking and decoding the group of pictures again.
+class VideoFrameGrabber {
+public:
+    /// `startOffset`, in the stream's time base, is the stream time that movie time 0
+    /// stands for. `rotation` is the display rotation, clockwise, 0, 90, 180 or 270.
+    static ErrorOr<std::unique_ptr<VideoFrameGrabber>> create(MemoryInput& input, int streamIndex,
+                                                              int64_t startOffset, int rotation);
+    ~VideoFrameGrabber();
+
+    int streamIndex() const { return m_streamIndex; }
+
+    /// The picture shown at movie time `value`/`scale` (the last frame presented at or
+    /// before it), turned by the display rotation and scaled to exactly `size` pixels.
+    /// The time must lie inside the movie; times before the first frame give the first.
+    ErrorOr<NSBitmapImageRep> frameAtTime(int64_t value, int scale, PixelSize size);
+
+private:
+    VideoFrameGrabber(MemoryInput& input, AVStream* stream, int64_t startOffset, int rotation);
+
+    enum class Decoded { Frame, End, TimedOut };
+    struct Target {
+        int64_t value;
+        AVRational base;
+    };
+
+    ErrorOr<AVFrame*> locate(Target target);
+    ErrorOr<bool> seekTo(Target target);
+    bool seekToStart();
+    bool canContinueTo(Target target) const;
+    Decoded decodeNext(Target target, AVFrame* into);
+    bool readAhead(size_t count);
+    bool mayDiscard(const AVPacket& packet, Target target) const;
+    void resetDecoder();
+    int compareToTarget(int64_t streamTime, Target target) const;
+    int64_t toStreamTime(Target target) const;
+    int keyframeIndexAt(int64_t streamTime) const;
+    static int64_t presentationTime(const AVFrame* frame);
+
+    ErrorOr<NSBitmapImageRep> convert(const AVFrame* frame, PixelSize size);
+    const AVFrame* turnedFrame(const AVFrame* frame);
+    SwsContext* scalerFor(const AVFrame* frame, int width, int height);
+
+    MemoryInput& m_input;
+    AVStream* m_stream;
+    int m_streamIndex;
+    int64_t m_startOffset;
+    int m_rotation;
+    CodecContextHandle m_codec;
+
+    // Where decoding stands: `m_shown` is the frame the last grab answered with, `m_ahead`
+    // the frame decoded after it (presented later), `m_packets` what was read but not
+    // yet decoded. The decoder holds frames in between only while `m_positioned`.
+    FrameHandle m_shown;
+    FrameHandle m_ahead;
+    std::deque<PacketHandle> m_packets;
+    bool m_positioned = false;
+    bool m_demuxEnded = false;
+    bool m_flushSent = false;
+    bool m_decoderEnded = false;
+    std::chrono::steady_clock::time_point m_deadline;
+
+    struct ScalerKey {
+        int width = 0, height = 0, format = -1, outWidth = 0, outHeight = 0, colorspace = -1, range = -1;
+        friend bool operator==(const ScalerKey&, const ScalerKey&) = default;
+    };
+    SwsContextHandle m_scaler;
+    ScalerKey m_scalerKey;
+    std::vector<uint8_t> m_turnBuffer;
+    FrameHandle m_turned;
+};
