@@ -1,7 +1,6 @@
-#include "foundation/NSString+LXStringFileTypes.h"
-
 #include <glib.h>
 
+#include "foundation/NSString+LXStringFileTypes.h"
 #include "foundation/NSString+LXStringPaths.h"
 #include "platform/files/ContentType.h"
 #include "platform/files/GIFImage.h"
@@ -23,7 +22,9 @@ TypeStringForm formOf(const std::string& typeString) {
     return TypeStringForm::Extension;
 }
 
-std::string jpgForJpeg(std::string tag) { return tag == "jpeg" ? "jpg" : tag; }
+std::string jpgForJpeg(std::string tag) {
+    return tag == "jpeg" ? "jpg" : tag;
+}
 
 // The characters from `first` up to `first + count` of a UTF-8 text, counted as
 // characters, not bytes.

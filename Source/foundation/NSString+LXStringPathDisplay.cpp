@@ -1,8 +1,7 @@
-#include "foundation/NSString+LXStringPathDisplay.h"
-
 #include <mutex>
 #include <vector>
 
+#include "foundation/NSString+LXStringPathDisplay.h"
 #include "foundation/NSString+LXStringPaths.h"
 #include "platform/files/FileManager.h"
 #include "platform/files/NSPathUtilities.h"
@@ -69,7 +68,9 @@ std::string withoutHomeFolders(const std::string& displayPath) {
 
 namespace LXString {
 
-std::string displayPath(const std::string& path) { return displayPathWithHost(path, std::nullopt); }
+std::string displayPath(const std::string& path) {
+    return displayPathWithHost(path, std::nullopt);
+}
 
 std::string displayPathWithHost(const std::string& path, const std::optional<std::string>& host) {
     if (isFileAtPathInTrash(path))
@@ -91,7 +92,9 @@ std::string displayStringForDisplayPath(const std::string& displayPath) {
     return replacingAll(displayPath, '/', kDisplaySeparator);
 }
 
-std::string displayStringForPath(const std::string& path) { return displayStringForPathWithHost(path, std::nullopt); }
+std::string displayStringForPath(const std::string& path) {
+    return displayStringForPathWithHost(path, std::nullopt);
+}
 
 std::string displayStringForPathWithHost(const std::string& path, const std::optional<std::string>& host) {
     return displayStringForDisplayPath(displayPathWithHost(path, host));

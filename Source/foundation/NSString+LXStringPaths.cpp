@@ -1,7 +1,6 @@
-#include "foundation/NSString+LXStringPaths.h"
-
 #include <vector>
 
+#include "foundation/NSString+LXStringPaths.h"
 #include "platform/files/FileManager.h"
 #include "platform/files/LaunchServices.h"
 #include "platform/files/NSPathUtilities.h"
@@ -10,9 +9,13 @@
 
 namespace LXString {
 
-bool getFSRef(const std::string& path, FSRef* ref) { return FSPathMakeRef(path, ref); }
+bool getFSRef(const std::string& path, FSRef* ref) {
+    return FSPathMakeRef(path, ref);
+}
 
-std::optional<std::string> pathWithFSRef(const FSRef* ref) { return FSRefMakePath(ref); }
+std::optional<std::string> pathWithFSRef(const FSRef* ref) {
+    return FSRefMakePath(ref);
+}
 
 bool isFileAtPathInTrash(const std::string& path) {
     return path.find("/.Trash") != std::string::npos || NSPathIsInside(path, UserTrashFolder());
@@ -94,8 +97,8 @@ std::string uniqueNameForPath(const std::string& name, const std::string& folder
     const std::string extension = NSPathExtension(name);
     const std::string stem = NSStringByDeletingPathExtension(name);
     std::string candidate = name;
-    for (int32_t counter = 1; NSFileManager::fileExistsAtPath(NSStringByAppendingPathComponent(folder, candidate));
-         ++counter) {
+    for (int32_t counter = 1;
+         NSFileManager::fileExistsAtPath(NSStringByAppendingPathComponent(folder, candidate)); ++counter) {
         candidate = extension.empty() ? name + "-" + std::to_string(counter)
                                       : stem + "-" + std::to_string(counter) + "." + extension;
     }

@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "foundation/NSString+LXStringFileTypes.h"
@@ -24,13 +25,17 @@ TEST(LXStringFileTypes, EmptyStringNamesNoType) {
 TEST(LXStringFileTypes, CodeFormIsDecidedByLengthAndOpeningApostrophe) {
     const std::pair<const char*, uint32_t> cases[] = {
         {"'TEXT'", kTEXT},
-        {"'TEXT", 0},     // five characters
-        {"'TEXTX'", 0},   // seven characters
+        {"'TEXT", 0},      // five characters
+        {"'TEXTX'", 0},    // seven characters
         {"'TEXTX", kTEXT}, // the closing apostrophe is not checked
         {"TEXT..", 0},
         {"'PDF '", 0x50444620},
-        {"'\xC3\xA9" "abc'", 0xE9616263}, // six characters in seven bytes
-        {"'\xE2\x82\xAC" "abc'", 0},      // U+20AC does not fit a code byte
+        {"'\xC3\xA9"
+         "abc'",
+         0xE9616263}, // six characters in seven bytes
+        {"'\xE2\x82\xAC"
+         "abc'",
+         0}, // U+20AC does not fit a code byte
     };
     for (const auto& [typeString, code] : cases)
         EXPECT_EQ(LXString::OSType(typeString), code) << typeString;
@@ -99,11 +104,14 @@ TEST(LXStringFileTypes, PathExtensionOrTypeGivesTheExtensionEvenWhenEmpty) {
 }
 
 class LXStringFileContent : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
-        const std::string gif = "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc=size=16x16:rate=5 -f gif ";
-        ASSERT_EQ(lxkit::test::runCommand(gif + "-frames:v 1 '" + (m_folder / "photo.GIF").string() + "'"), 0);
-        ASSERT_EQ(lxkit::test::runCommand(gif + "-frames:v 3 '" + (m_folder / "anim.gifx").string() + "'"), 0);
+        const std::string gif =
+            "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc=size=16x16:rate=5 -f gif ";
+        ASSERT_EQ(lxkit::test::runCommand(gif + "-frames:v 1 '" + (m_folder / "photo.GIF").string() + "'"),
+                  0);
+        ASSERT_EQ(lxkit::test::runCommand(gif + "-frames:v 3 '" + (m_folder / "anim.gifx").string() + "'"),
+                  0);
     }
     std::string copyAs(const std::string& source, const std::string& name) {
         fs::copy_file(m_folder / source, m_folder / name);
@@ -136,8 +144,8 @@ TEST_F(LXStringFileContent, SniffsOnlyNamelessUnknownFiles) {
     // and other content is unknown.
     std::ofstream(m_folder / "notes") << "plain words\n";
     EXPECT_EQ(LXString::fileContentIdentifier(path("notes")), std::nullopt);
-    const fs::path movie =
-        lxkit::test::makeMovie("content.mp4", "-f lavfi -i testsrc=size=32x32:rate=10:duration=0.5 -pix_fmt yuv420p");
+    const fs::path movie = lxkit::test::makeMovie(
+        "content.mp4", "-f lavfi -i testsrc=size=32x32:rate=10:duration=0.5 -pix_fmt yuv420p");
     fs::copy_file(movie, m_folder / "movie");
     EXPECT_EQ(LXString::fileContentIdentifier(path("movie")), std::nullopt);
     EXPECT_EQ(LXString::fileContentIdentifier(movie.string()), "public.mpeg-4");

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+
 #include <glib.h>
 #include <gtest/gtest.h>
 
@@ -22,7 +23,7 @@ const std::string kSeparator = "\u2002\u3009";
 
 // Points $HOME elsewhere for one test.
 class ScopedHome {
-public:
+  public:
     explicit ScopedHome(const std::string& home) {
         if (const char* old = std::getenv("HOME"))
             m_old = old;
@@ -35,14 +36,14 @@ public:
             unsetenv("HOME");
     }
 
-private:
+  private:
     std::optional<std::string> m_old;
 };
 
 // Every test sees the same machine: an unlabelled root (so the startup volume is named
 // "Computer") and an SMB share mounted on a folder of the test's own.
 class LXStringPathDisplay : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         m_root = fs::canonical(m_folder.path()).string();
         fs::create_directories(m_root + "/net/Pictures");
@@ -61,7 +62,8 @@ protected:
 TEST_F(LXStringPathDisplay, TrashShowsOnlyItsName) {
     EXPECT_EQ(LXString::localizedNameForTrash(), kTrash);
     EXPECT_EQ(LXString::displayPath("/Users/ann/.Trash/x"), kTrash);
-    EXPECT_EQ(LXString::displayPathWithHost("/media/ann/USB/.Trash-1000/files/a", std::string("nas")), kTrash);
+    EXPECT_EQ(LXString::displayPathWithHost("/media/ann/USB/.Trash-1000/files/a", std::string("nas")),
+              kTrash);
     EXPECT_EQ(LXString::displayStringForPath("/Users/ann/.Trash/x"), kTrash);
 }
 
@@ -80,7 +82,8 @@ TEST_F(LXStringPathDisplay, MountFoldersAreDroppedForMissingPaths) {
     EXPECT_EQ(LXString::displayPath("/Volumes/Backup/x"), "Backup/x");
     EXPECT_EQ(LXString::displayPath("/media/" + user + "/Stick/x"), "Stick/x");
     EXPECT_EQ(LXString::displayPath("/mnt/Disk/x"), "Disk/x");
-    EXPECT_EQ(LXString::displayPathWithHost("/Volumes/Backup/x", std::string("nas")), "nas" + kHost + "Backup/x");
+    EXPECT_EQ(LXString::displayPathWithHost("/Volumes/Backup/x", std::string("nas")),
+              "nas" + kHost + "Backup/x");
     EXPECT_EQ(LXString::displayPathWithHost("/Volumes/Backup/x", std::string()), "Backup/x");
 }
 
@@ -91,7 +94,8 @@ TEST_F(LXStringPathDisplay, NetworkFilesShowTheirServer) {
     EXPECT_EQ(LXString::hostNameForPath(m_root + "/net/missing"), std::nullopt);
     EXPECT_EQ(LXString::displayPath(file), "nas" + kHost + "net/Pictures/a.jpg");
     // An existing file's own host wins over the one given, even when it has none.
-    EXPECT_EQ(LXString::displayPathWithHost(file, std::string("other")), "nas" + kHost + "net/Pictures/a.jpg");
+    EXPECT_EQ(LXString::displayPathWithHost(file, std::string("other")),
+              "nas" + kHost + "net/Pictures/a.jpg");
     std::ofstream(m_root + "/local.txt") << "x";
     EXPECT_EQ(LXString::displayPathWithHost(m_root + "/local.txt", std::string("other")),
               kComputer + m_root + "/local.txt");
@@ -124,7 +128,8 @@ TEST_F(LXStringPathDisplay, CloudDocumentsFolderIsHiddenOnce) {
 
 TEST(LXStringDisplayString, ReplacesEverySeparator) {
     EXPECT_EQ(LXString::displayStringForDisplayPath(""), "");
-    EXPECT_EQ(LXString::displayStringForDisplayPath("/a/b/"), kSeparator + "a" + kSeparator + "b" + kSeparator);
+    EXPECT_EQ(LXString::displayStringForDisplayPath("/a/b/"),
+              kSeparator + "a" + kSeparator + "b" + kSeparator);
     EXPECT_EQ(LXString::displayStringForDisplayPath("Disk"), "Disk");
 }
 

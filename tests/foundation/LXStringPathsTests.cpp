@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -15,7 +16,9 @@ using lxkit::test::TemporaryFolder;
 
 namespace {
 
-void touch(const fs::path& path, const std::string& text = "x") { std::ofstream(path) << text; }
+void touch(const fs::path& path, const std::string& text = "x") {
+    std::ofstream(path) << text;
+}
 
 TEST(LXStringPaths, RelativePathCountsStepsFromTheReceiversFolder) {
     const std::tuple<const char*, const char*, std::optional<std::string>> cases[] = {
@@ -116,8 +119,9 @@ TEST(LXStringPaths, TargetsAcceptWhatTheyHandle) {
     TemporaryFolder folder;
     touch(folder / "picture.png");
     touch(folder / "notes.txt");
-    std::ofstream(folder / "viewer.desktop") << "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %f\n"
-                                                "MimeType=image/png;image/jpeg;\n";
+    std::ofstream(folder / "viewer.desktop")
+        << "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %f\n"
+           "MimeType=image/png;image/jpeg;\n";
     const auto at = [&](const char* name) { return (folder / name).string(); };
     EXPECT_TRUE(LXString::pathCanAcceptPath(at("viewer.desktop"), at("picture.png")));
     EXPECT_FALSE(LXString::pathCanAcceptPath(at("viewer.desktop"), at("notes.txt")));
@@ -143,7 +147,7 @@ TEST(LXStringPaths, StandardDirectoriesAreTheXDGOnes) {
 }
 
 class LXStringVolumes : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         m_network = fs::canonical(m_folder.path()).string() + "/net";
         fs::create_directories(m_network + "/Pictures");

@@ -2,8 +2,9 @@
 
 #include <array>
 #include <cstdio>
-#include <gio/gio.h>
 #include <memory>
+
+#include <gio/gio.h>
 
 #include "platform/files/GObjectRef.h"
 #include "platform/files/UTType.h"
@@ -36,8 +37,8 @@ std::optional<std::string> sniffedMIMEType(const std::string& path) {
 
 std::optional<std::string> LSCopyItemContentType(const std::string& path) {
     auto file = GObjectRef<GFile>::adopt(g_vfs_get_file_for_path(g_vfs_get_local(), path.c_str()));
-    auto info = GObjectRef<GFileInfo>::adopt(g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_FAST_CONTENT_TYPE,
-                                                               G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
+    auto info = GObjectRef<GFileInfo>::adopt(g_file_query_info(
+        file.get(), G_FILE_ATTRIBUTE_STANDARD_FAST_CONTENT_TYPE, G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
     if (!info)
         return std::nullopt;
     const char* contentType =
@@ -52,7 +53,8 @@ std::optional<ImageSourceType> CGImageSourceTypeAtPath(const std::string& path) 
     if (!mimeType)
         return std::nullopt;
     const auto identifier = UTTypeIdentifierForContentType(*mimeType);
-    const bool isImage = identifier && (UTTypeConformsTo(*identifier, kUTTypeImage) || mimeType->starts_with("image/"));
+    const bool isImage =
+        identifier && (UTTypeConformsTo(*identifier, kUTTypeImage) || mimeType->starts_with("image/"));
     return ImageSourceType{isImage ? identifier : std::nullopt};
 }
 

@@ -1,6 +1,7 @@
 #include "platform/files/FSRef.h"
 
 #include <memory>
+
 #include <stdlib.h>
 #include <sys/stat.h>
 

@@ -15,8 +15,9 @@ namespace {
 
 std::optional<std::string> gioDisplayName(const std::string& path) {
     auto file = GObjectRef<GFile>::adopt(g_vfs_get_file_for_path(g_vfs_get_local(), path.c_str()));
-    auto info = GObjectRef<GFileInfo>::adopt(g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_DISPLAY_NAME,
-                                                               G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
+    auto info = GObjectRef<GFileInfo>::adopt(
+        g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_DISPLAY_NAME,
+                          G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
     if (!info)
         return std::nullopt;
     const char* name = g_file_info_get_display_name(info.get());
@@ -107,7 +108,8 @@ std::optional<std::vector<std::string>> componentsToDisplayForPath(const std::st
         return std::nullopt;
     std::vector<std::string> components{VolumeDisplayName(*volume)};
     std::string folder = volume->mountPoint;
-    for (const std::string& name : NSPathComponents(std::string_view(ref.path).substr(volume->mountPoint.size()))) {
+    for (const std::string& name :
+         NSPathComponents(std::string_view(ref.path).substr(volume->mountPoint.size()))) {
         if (name == "/")
             continue;
         folder = NSStringByAppendingPathComponent(folder, name);
@@ -116,7 +118,9 @@ std::optional<std::vector<std::string>> componentsToDisplayForPath(const std::st
     return components;
 }
 
-std::optional<std::string> URLForTrashDirectory() { return UserTrashFolder(); }
+std::optional<std::string> URLForTrashDirectory() {
+    return UserTrashFolder();
+}
 
 } // namespace NSFileManager
 

@@ -1,7 +1,8 @@
 #include "platform/files/GIFImage.h"
 
-#include <gif_lib.h>
 #include <memory>
+
+#include <gif_lib.h>
 
 namespace {
 

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <glib-object.h>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include <glib-object.h>
+
 /// Holds one reference to a GObject and drops it when it goes. `adopt` takes over a
 /// reference the caller already owns (what a `*_new` or `*_query_*` call returns);
 /// `retain` adds one of its own (for objects borrowed from a container).
-template <typename T>
-class GObjectRef {
-public:
+template <typename T> class GObjectRef {
+  public:
     GObjectRef() = default;
     static GObjectRef adopt(T* object) { return GObjectRef(object); }
     static GObjectRef retain(T* object) {
@@ -37,7 +37,7 @@ public:
     T* operator->() const { return m_object; }
     explicit operator bool() const { return m_object != nullptr; }
 
-private:
+  private:
     explicit GObjectRef(T* object) : m_object(object) {}
     T* m_object = nullptr;
 };
@@ -54,4 +54,6 @@ struct GErrorDeleter {
 using GErrorPtr = std::unique_ptr<GError, GErrorDeleter>;
 
 /// The text of a GLib string, or "" for a null one.
-inline std::string stringFromGChars(const GCharPtr& text) { return text ? std::string(text.get()) : std::string(); }
+inline std::string stringFromGChars(const GCharPtr& text) {
+    return text ? std::string(text.get()) : std::string();
+}

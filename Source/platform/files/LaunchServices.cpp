@@ -36,7 +36,8 @@ bool applicationHandles(GAppInfo* application, const std::string& contentType) {
 } // namespace
 
 std::optional<bool> LSItemIsInvisible(const std::string& path) {
-    const auto info = queryInfo(path, G_FILE_ATTRIBUTE_STANDARD_IS_HIDDEN, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS);
+    const auto info =
+        queryInfo(path, G_FILE_ATTRIBUTE_STANDARD_IS_HIDDEN, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS);
     if (!info)
         return std::nullopt;
     return static_cast<bool>(g_file_info_get_is_hidden(info.get()));

@@ -1,7 +1,8 @@
 #include "platform/files/MountTable.h"
 
-#include <gio/gunixmounts.h>
 #include <mutex>
+
+#include <gio/gunixmounts.h>
 
 #include "platform/files/NSPathUtilities.h"
 

@@ -11,10 +11,13 @@ std::vector<std::string> MountedVolumeFolders() {
 
 std::vector<std::string> UsersFolders() {
     std::vector<std::string> folders{"/Users/"};
-    const std::string homes = NSStringByDeletingLastPathComponent(NSStandardizedAbsolutePath(NSHomeDirectory()));
+    const std::string homes =
+        NSStringByDeletingLastPathComponent(NSStandardizedAbsolutePath(NSHomeDirectory()));
     if (homes != "/" && !homes.empty() && homes + "/" != folders.front())
         folders.push_back(homes + "/");
     return folders;
 }
 
-std::string UserTrashFolder() { return NSStringByAppendingPathComponent(g_get_user_data_dir(), "Trash"); }
+std::string UserTrashFolder() {
+    return NSStringByAppendingPathComponent(g_get_user_data_dir(), "Trash");
+}

@@ -1,9 +1,10 @@
 #include "platform/files/UTType.h"
 
-#include <gio/gio.h>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
+
+#include <gio/gio.h>
 
 #include "platform/files/GObjectRef.h"
 #include "platform/files/UTTypeTable.h"
@@ -142,7 +143,8 @@ struct DynamicTag {
 };
 
 std::optional<DynamicTag> decodeDynamic(std::string_view identifier) {
-    if (identifier.size() < kDynamicPrefix.size() + 2 || asciiLower(identifier.substr(0, 4)) != kDynamicPrefix)
+    if (identifier.size() < kDynamicPrefix.size() + 2 ||
+        asciiLower(identifier.substr(0, 4)) != kDynamicPrefix)
         return std::nullopt;
     DynamicTag decoded;
     switch (identifier[4]) {
@@ -223,8 +225,9 @@ char32_t nextCodePoint(std::string_view text, size_t& offset) {
 
 } // namespace
 
-std::optional<std::string> UTTypeCreatePreferredIdentifierForTag(UTTagClass tagClass, std::string_view tag,
-                                                                 std::optional<std::string_view> conformingTo) {
+std::optional<std::string>
+UTTypeCreatePreferredIdentifierForTag(UTTagClass tagClass, std::string_view tag,
+                                      std::optional<std::string_view> conformingTo) {
     if (tag.empty())
         return std::nullopt;
     const Registry& types = registry();
@@ -282,7 +285,9 @@ bool UTTypeConformsTo(std::string_view identifier, std::string_view conformsTo) 
     return false;
 }
 
-bool UTTypeIsDynamic(std::string_view identifier) { return decodeDynamic(identifier).has_value(); }
+bool UTTypeIsDynamic(std::string_view identifier) {
+    return decodeDynamic(identifier).has_value();
+}
 
 std::optional<std::string> UTTypeIdentifierForContentType(std::string_view contentType) {
     if (contentType.empty())

@@ -22,8 +22,9 @@ enum class UTTagClass {
 
 /// The identifier preferred for a tag; never nothing for a non-empty tag (an unknown
 /// tag gives a dynamic identifier). `conformingTo` narrows the choice when given.
-std::optional<std::string> UTTypeCreatePreferredIdentifierForTag(UTTagClass tagClass, std::string_view tag,
-                                                                 std::optional<std::string_view> conformingTo);
+std::optional<std::string>
+UTTypeCreatePreferredIdentifierForTag(UTTagClass tagClass, std::string_view tag,
+                                      std::optional<std::string_view> conformingTo);
 /// The first tag of a class that a type lists, or nothing.
 std::optional<std::string> UTTypeCopyPreferredTagWithClass(std::string_view identifier, UTTagClass tagClass);
 /// The type's description in the user's language, from shared-mime-info, or nothing.

@@ -1,11 +1,12 @@
 #include "platform/files/Volumes.h"
 
-#include <dirent.h>
-#include <glib.h>
 #include <memory>
 #include <mutex>
-#include <stdlib.h>
 #include <vector>
+
+#include <dirent.h>
+#include <glib.h>
+#include <stdlib.h>
 
 #include "platform/files/GObjectRef.h"
 #include "platform/files/NSPathUtilities.h"

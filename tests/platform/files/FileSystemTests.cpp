@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "platform/files/ContentType.h"
@@ -14,12 +15,15 @@ using lxkit::test::TemporaryFolder;
 
 namespace {
 
-void writeText(const fs::path& path, const std::string& text) { std::ofstream(path) << text; }
+void writeText(const fs::path& path, const std::string& text) {
+    std::ofstream(path) << text;
+}
 
 fs::path makeGIF(const TemporaryFolder& folder, const std::string& name, int frames) {
     const fs::path path = folder / name;
-    const std::string command = "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc=size=16x16:rate=5 -frames:v " +
-                                std::to_string(frames) + " -f gif '" + path.string() + "'";
+    const std::string command =
+        "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc=size=16x16:rate=5 -frames:v " +
+        std::to_string(frames) + " -f gif '" + path.string() + "'";
     EXPECT_EQ(lxkit::test::runCommand(command), 0);
     return path;
 }
@@ -150,8 +154,8 @@ TEST(ContentTypes, NameDecidesUnlessSniffed) {
 }
 
 TEST(MovieProbe, OpensMoviesOnly) {
-    const fs::path movie =
-        lxkit::test::makeMovie("probe.mp4", "-f lavfi -i testsrc=size=32x32:rate=10:duration=0.5 -pix_fmt yuv420p");
+    const fs::path movie = lxkit::test::makeMovie(
+        "probe.mp4", "-f lavfi -i testsrc=size=32x32:rate=10:duration=0.5 -pix_fmt yuv420p");
     EXPECT_TRUE(QTMovieCanInitWithPath(movie.string()));
     TemporaryFolder folder;
     fs::copy_file(movie, folder / "movie");

@@ -1,7 +1,8 @@
-#include <gtest/gtest.h>
 #include <set>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "platform/files/UTType.h"
 #include "platform/files/UTTypeTable.h"
@@ -40,7 +41,8 @@ TEST(UTTypeRegistry, ConvertsCommonTypesBothWays) {
         SCOPED_TRACE(row.identifier);
         EXPECT_EQ(identifierFor(UTTagClass::FilenameExtension, row.extension), row.identifier);
         EXPECT_EQ(identifierFor(UTTagClass::MIMEType, row.mimeType), row.identifier);
-        EXPECT_EQ(UTTypeCopyPreferredTagWithClass(row.identifier, UTTagClass::FilenameExtension), row.extension);
+        EXPECT_EQ(UTTypeCopyPreferredTagWithClass(row.identifier, UTTagClass::FilenameExtension),
+                  row.extension);
         EXPECT_EQ(UTTypeCopyPreferredTagWithClass(row.identifier, UTTagClass::MIMEType), row.mimeType);
         if (row.code) {
             EXPECT_EQ(identifierFor(UTTagClass::OSType, row.code), row.identifier);
@@ -127,7 +129,8 @@ TEST(UTTypeTable, IsConsistent) {
         for (const std::string& code : split(record.osTypes))
             EXPECT_EQ(code.size(), 4u) << code;
         // Every type's preferred extension leads to a type that lists it.
-        if (const auto extension = UTTypeCopyPreferredTagWithClass(record.identifier, UTTagClass::FilenameExtension)) {
+        if (const auto extension =
+                UTTypeCopyPreferredTagWithClass(record.identifier, UTTagClass::FilenameExtension)) {
             const auto owner = identifierFor(UTTagClass::FilenameExtension, extension->c_str());
             ASSERT_TRUE(owner);
             EXPECT_FALSE(UTTypeIsDynamic(*owner));
@@ -136,8 +139,8 @@ TEST(UTTypeTable, IsConsistent) {
 }
 
 TEST(UTTypeDescription, ComesFromSharedMimeInfo) {
-    for (const char* identifier : {"public.png", "public.jpeg", "com.adobe.pdf", "public.folder", "com.microsoft.bmp",
-                                   "org.matroska.mkv", "public.plain-text"}) {
+    for (const char* identifier : {"public.png", "public.jpeg", "com.adobe.pdf", "public.folder",
+                                   "com.microsoft.bmp", "org.matroska.mkv", "public.plain-text"}) {
         SCOPED_TRACE(identifier);
         const auto description = UTTypeCopyDescription(identifier);
         ASSERT_TRUE(description);
@@ -147,8 +150,10 @@ TEST(UTTypeDescription, ComesFromSharedMimeInfo) {
     }
     // Known to shared-mime-info but not to the table: described through the dynamic tag.
     EXPECT_TRUE(UTTypeCopyDescription(*identifierFor(UTTagClass::FilenameExtension, "xcf")));
-    EXPECT_EQ(UTTypeCopyDescription(*identifierFor(UTTagClass::FilenameExtension, "lxkitunknown")), std::nullopt);
-    EXPECT_EQ(UTTypeCopyDescription(*identifierFor(UTTagClass::MIMEType, "image/x-lxkit-none")), std::nullopt);
+    EXPECT_EQ(UTTypeCopyDescription(*identifierFor(UTTagClass::FilenameExtension, "lxkitunknown")),
+              std::nullopt);
+    EXPECT_EQ(UTTypeCopyDescription(*identifierFor(UTTagClass::MIMEType, "image/x-lxkit-none")),
+              std::nullopt);
     EXPECT_EQ(UTTypeCopyDescription("public.item"), std::nullopt);
     EXPECT_EQ(UTTypeCopyDescription("org.example.unknown"), std::nullopt);
 }
@@ -171,11 +176,14 @@ TEST(OSTypeStrings, PackFourCharactersBigEndian) {
     EXPECT_EQ(UTGetOSTypeFromString("TEXT"), 0x54455854u);
     EXPECT_EQ(UTGetOSTypeFromString("TEX"), 0u);
     EXPECT_EQ(UTGetOSTypeFromString("TEXTX"), 0u);
-    EXPECT_EQ(UTGetOSTypeFromString("\xE2\x82\xAC" "abc"), 0u); // U+20AC does not fit a byte
+    EXPECT_EQ(UTGetOSTypeFromString("\xE2\x82\xAC"
+                                    "abc"),
+              0u); // U+20AC does not fit a byte
     // Bytes above 0x7F travel as the characters U+0080 to U+00FF.
     const auto high = UTCreateStringForOSType(0xA9616263);
     ASSERT_TRUE(high);
-    EXPECT_EQ(*high, "\xC2\xA9" "abc");
+    EXPECT_EQ(*high, "\xC2\xA9"
+                     "abc");
     EXPECT_EQ(UTGetOSTypeFromString(*high), 0xA9616263u);
 }
 

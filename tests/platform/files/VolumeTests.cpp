@@ -21,12 +21,20 @@ TEST(VolumeURLForMount, NamesServersOfNetworkFileSystems) {
         {{"[fd00::1]:/srv", "/net/v6", "nfs4"}, "nfs", "fd00::1", "/srv"},
         {{"ann@box.example:/home/ann", "/home/ann/remote", "fuse.sshfs"}, "sftp", "box.example", "/home/ann"},
         {{"box:", "/mnt/box", "fuse.sshfs"}, "sftp", "box", "/"},
-        {{"https://dav.example.org:8443/remote.php", "/mnt/dav", "davfs"}, "https", "dav.example.org", "/remote.php"},
+        {{"https://dav.example.org:8443/remote.php", "/mnt/dav", "davfs"},
+         "https",
+         "dav.example.org",
+         "/remote.php"},
         {{"curlftpfs#ftp://ftp.example.org/", "/mnt/ftp", "fuse.curlftpfs"}, "ftp", "ftp.example.org", "/"},
-        {{"smb-share:server=nas.local,share=my%20photos", "/run/user/0/gvfs/x", "gvfs"}, "smb", "nas.local",
+        {{"smb-share:server=nas.local,share=my%20photos", "/run/user/0/gvfs/x", "gvfs"},
+         "smb",
+         "nas.local",
          "/my photos"},
         {{"sftp:host=shell.example,user=ann", "/run/user/0/gvfs/y", "gvfs"}, "sftp", "shell.example", "/"},
-        {{"dav:host=cloud.example,ssl=true,prefix=%2Fdav", "/run/user/0/gvfs/z", "gvfs"}, "davs", "cloud.example", "/"},
+        {{"dav:host=cloud.example,ssl=true,prefix=%2Fdav", "/run/user/0/gvfs/z", "gvfs"},
+         "davs",
+         "cloud.example",
+         "/"},
         {{"/dev/sdb1", "/media/ann/USB", "vfat"}, "file", "", "/media/ann/USB"},
         {{"tmpfs", "/tmp", "tmpfs"}, "file", "", "/tmp"},
     };
@@ -42,7 +50,7 @@ TEST(VolumeURLForMount, NamesServersOfNetworkFileSystems) {
 }
 
 class ProvidedMountTable : public ::testing::Test {
-protected:
+  protected:
     void use(std::vector<MountEntry> entries) {
         SetMountTableProvider([entries] { return entries; });
     }
