@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include "platform/core/PropertyList.h"
+#include "platform/ipc/NSOperationQueue.h"
+#include "platform/ipc/NSXPCConnection.h"
+#include "platform/ipc/NSXPCListener.h"
+
+/// The service's one object: it accepts the client's connections, takes requests on the
+/// delivery thread and runs each as a job on the main queue, one at a time in arrival
+/// order, answering through the connection accepted last.
+class LXVideoFrameTask final : public NSXPCListenerDelegate,
+                               public NSXPCExportedObject,
+                               public std::enable_shared_from_this<LXVideoFrameTask> {
+public:
+    /// The process's task, made on first use (from the process entry, before any
+    /// connection can arrive).
+    static const std::shared_ptr<LXVideoFrameTask>& sharedInstance();
+
+    /// A task whose jobs run on `queue` (tests use their own task and queue).
+    explicit LXVideoFrameTask(NSOperationQueue& queue = NSOperationQueue::mainQueue()) : m_queue(queue) {}
+
+    /// Sets the protocols, exports the task, resumes the connection and makes it the
+    /// one every later reply goes to. Every connection is accepted.
+    bool shouldAcceptNewConnection(NSXPCListener& listener, std::shared_ptr<NSXPCConnection> connection) override;
+
+    /// Stops the running job before its next frame. Acts at once, on the calling
+    /// (delivery) thread: posted to the main queue it would wait behind that very job.
+    void cancelRequest();
+    /// Posts the request to the main queue and returns. A request without "token" can
+    /// never be answered and is dropped.
+    void processRequest(PropertyDictionary request);
+
+    /// One picture per chapter, in the chapter list's order.
+    void createChapterFramesWithOptions(const PropertyDictionary& options);
+    /// "frameCount" frames, "interval" ticks apart from the start, flipped and rotated
+    /// as "transforms" asks.
+    void createFramesWithOptions(const PropertyDictionary& options);
+
+    bool cancelled() const { return m_cancelled.load(std::memory_order_relaxed); }
+    void setCancelled(bool cancelled) { m_cancelled.store(cancelled, std::memory_order_relaxed); }
+    std::shared_ptr<NSXPCConnection> connection() const;
+    void setConnection(std::shared_ptr<NSXPCConnection> connection);
+
+    void receiveMessage(std::string_view selector, const PropertyArray& arguments) override;
+
+private:
+    void sendReply(const PropertyDictionary& options, const char* key, PropertyValue value);
+
+    NSOperationQueue& m_queue;
+    std::atomic<bool> m_cancelled{false};
+    mutable std::mutex m_connectionMutex;
+    std::shared_ptr<NSXPCConnection> m_connection;
+};
