@@ -1,7 +1,6 @@
-#include "foundation/NSArray+LXArray.h"
-
 #include <algorithm>
 
+#include "foundation/NSArray+LXArray.h"
 #include "foundation/NSMutableArray+LXMutableArray.h"
 #include "foundation/PropertyKeyValueCoding.h"
 #include "foundation/PropertyValueSet.h"
@@ -72,6 +71,8 @@ PropertyArray randomizedArray(const PropertyArray& receiver) {
     return shuffled;
 }
 
-PropertyArray randomizedMutableArray(const PropertyArray& receiver) { return randomizedArray(receiver); }
+PropertyArray randomizedMutableArray(const PropertyArray& receiver) {
+    return randomizedArray(receiver);
+}
 
 } // namespace LXArray

@@ -1,6 +1,6 @@
-#include "foundation/NSDictionary+LXDictionary.h"
-
 #include <algorithm>
+
+#include "foundation/NSDictionary+LXDictionary.h"
 
 namespace LXDictionary {
 

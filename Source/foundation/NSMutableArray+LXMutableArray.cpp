@@ -1,8 +1,9 @@
-#include "foundation/NSMutableArray+LXMutableArray.h"
-
 #include <cstdint>
-#include <stdlib.h>
 #include <utility>
+
+#include <stdlib.h>
+
+#include "foundation/NSMutableArray+LXMutableArray.h"
 
 namespace LXMutableArray {
 

@@ -1,8 +1,7 @@
-#include "foundation/NSString+LXStringNumbers.h"
-
 #include <cmath>
 #include <cstdint>
 
+#include "foundation/NSString+LXStringNumbers.h"
 #include "platform/text/Localization.h"
 #include "platform/text/NumericCollation.h"
 #include "platform/text/StringWithFormat.h"
@@ -27,11 +26,16 @@ int64_t truncateToInt64(double value) {
 // The fraction search may overflow for huge inputs; it then wraps instead of being
 // undefined.
 int64_t multiplyAdd(int64_t a, int64_t b, int64_t c) {
-    return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b) + static_cast<uint64_t>(c));
+    return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b) +
+                                static_cast<uint64_t>(c));
 }
 
-int32_t subtract32(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
-int32_t multiply32(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b)); }
+int32_t subtract32(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+}
+int32_t multiply32(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
 
 } // namespace
 

@@ -6,7 +6,9 @@
 
 namespace {
 
-size_t combine(size_t seed, size_t value) { return seed ^ (value + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2)); }
+size_t combine(size_t seed, size_t value) {
+    return seed ^ (value + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2));
+}
 
 size_t hashNumber(const NSNumber& number) {
     // Equal numbers have equal doubles, whatever their kind, so the double is hashed.
@@ -40,8 +42,9 @@ size_t PropertyValueHash::operator()(const PropertyValue& value) const {
         return value.array()->empty() ? seed : combine(seed, (*this)(value.array()->front()));
     case PropertyValue::Kind::Dictionary:
         seed = combine(seed, value.dictionary()->size());
-        return value.dictionary()->empty() ? seed
-                                           : combine(seed, std::hash<std::string>{}(value.dictionary()->begin()->first));
+        return value.dictionary()->empty()
+                   ? seed
+                   : combine(seed, std::hash<std::string>{}(value.dictionary()->begin()->first));
     }
     return seed;
 }

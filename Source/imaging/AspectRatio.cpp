@@ -35,7 +35,8 @@ NSSize AspectRatioFromTableTag(int tag, NSSize ownSize) {
     }
 }
 
-NSRect ConstrainAndPinRectWithAspectRatio(NSRect rect, NSRect bounds, NSSize ratio, int corner, bool keepWidth) {
+NSRect ConstrainAndPinRectWithAspectRatio(NSRect rect, NSRect bounds, NSSize ratio, int corner,
+                                          bool keepWidth) {
     const double a = ratio.width;
     const double b = ratio.height;
     double width;
@@ -44,11 +45,13 @@ NSRect ConstrainAndPinRectWithAspectRatio(NSRect rect, NSRect bounds, NSSize rat
     if (keepWidth) {
         width = rect.size.width;
         height = (b / a) * rect.size.width;
-        available = (corner == 1 || corner == 4) ? NSMaxY(bounds) - rect.origin.y : bounds.origin.y - NSMaxY(rect);
+        available =
+            (corner == 1 || corner == 4) ? NSMaxY(bounds) - rect.origin.y : bounds.origin.y - NSMaxY(rect);
     } else {
         height = rect.size.height;
         width = (a / b) * rect.size.height;
-        available = (corner == 1 || corner == 2) ? NSMaxX(bounds) - rect.origin.x : bounds.origin.x - NSMaxX(rect);
+        available =
+            (corner == 1 || corner == 2) ? NSMaxX(bounds) - rect.origin.x : bounds.origin.x - NSMaxX(rect);
     }
     // The limit carries single-precision accuracy only.
     const double limit = std::fabs(static_cast<float>(available));
@@ -63,7 +66,8 @@ NSRect ConstrainAndPinRectWithAspectRatio(NSRect rect, NSRect bounds, NSSize rat
     NSRect result{rect.origin, {std::nearbyint(width), std::nearbyint(height)}};
     switch (corner) {
     case 1:
-        return NSOffsetRect(result, rect.size.width - result.size.width, rect.size.height - result.size.height);
+        return NSOffsetRect(result, rect.size.width - result.size.width,
+                            rect.size.height - result.size.height);
     case 2:
         return NSOffsetRect(result, 0, rect.size.height - result.size.height);
     case 4:

@@ -35,4 +35,5 @@ inline NSSize AspectRatioFromTag(int tag, std::nullptr_t, NSSize ownSize) {
 /// the bottom-left. The extent is measured upwards/rightwards for corners 1, 4 / 1, 2
 /// and the other way for the rest, which for corners 1 and 3 is not the side of the
 /// pinned corner; this asymmetry is intended and must stay.
-NSRect ConstrainAndPinRectWithAspectRatio(NSRect rect, NSRect bounds, NSSize ratio, int corner, bool keepWidth);
+NSRect ConstrainAndPinRectWithAspectRatio(NSRect rect, NSRect bounds, NSSize ratio, int corner,
+                                          bool keepWidth);

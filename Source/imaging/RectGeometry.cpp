@@ -2,14 +2,22 @@
 
 #include <cmath>
 
-NSPoint BottomLeftOfRect(NSRect rect) { return rect.origin; }
-NSPoint BottomRightOfRect(NSRect rect) { return {rect.origin.x + rect.size.width, rect.origin.y}; }
-NSPoint TopLeftOfRect(NSRect rect) { return {rect.origin.x, rect.origin.y + rect.size.height}; }
+NSPoint BottomLeftOfRect(NSRect rect) {
+    return rect.origin;
+}
+NSPoint BottomRightOfRect(NSRect rect) {
+    return {rect.origin.x + rect.size.width, rect.origin.y};
+}
+NSPoint TopLeftOfRect(NSRect rect) {
+    return {rect.origin.x, rect.origin.y + rect.size.height};
+}
 NSPoint TopRightOfRect(NSRect rect) {
     return {rect.origin.x + rect.size.width, rect.origin.y + rect.size.height};
 }
 
-NSPoint FloorPoint(NSPoint point) { return {std::floor(point.x), std::floor(point.y)}; }
+NSPoint FloorPoint(NSPoint point) {
+    return {std::floor(point.x), std::floor(point.y)};
+}
 
 NSRect FloorRect(NSRect rect) {
     return NSMakeRect(std::floor(rect.origin.x), std::floor(rect.origin.y), std::floor(rect.size.width),
@@ -19,18 +27,22 @@ NSRect FloorRect(NSRect rect) {
 // nearbyint rounds in the current rounding mode, ties-to-even by default, which is the
 // rule for rectangles and sizes; RoundTo deliberately takes ties away from zero.
 NSRect RoundRect(NSRect rect) {
-    return NSMakeRect(std::nearbyint(rect.origin.x), std::nearbyint(rect.origin.y), std::nearbyint(rect.size.width),
-                      std::nearbyint(rect.size.height));
+    return NSMakeRect(std::nearbyint(rect.origin.x), std::nearbyint(rect.origin.y),
+                      std::nearbyint(rect.size.width), std::nearbyint(rect.size.height));
 }
 
-NSSize RoundSize(NSSize size) { return {std::nearbyint(size.width), std::nearbyint(size.height)}; }
+NSSize RoundSize(NSSize size) {
+    return {std::nearbyint(size.width), std::nearbyint(size.height)};
+}
 
 double RoundTo(double value, double places) {
     double scale = std::pow(10.0, places);
     return std::round(value * scale) / scale;
 }
 
-NSRect SwapWidthAndHeight(NSRect rect) { return {rect.origin, {rect.size.height, rect.size.width}}; }
+NSRect SwapWidthAndHeight(NSRect rect) {
+    return {rect.origin, {rect.size.height, rect.size.width}};
+}
 
 NSRect CenterRect(NSRect rect, NSRect inRect) {
     NSRect placed{inRect.origin, rect.size};

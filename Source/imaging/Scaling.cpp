@@ -4,22 +4,26 @@
 
 namespace {
 
-bool hasZeroSide(NSSize a, NSSize b) { return a.width == 0 || a.height == 0 || b.width == 0 || b.height == 0; }
+bool hasZeroSide(NSSize a, NSSize b) {
+    return a.width == 0 || a.height == 0 || b.width == 0 || b.height == 0;
+}
 
 // Equal ratios match the heights.
 NSSize fit(NSSize size, NSSize box) {
-    double factor = box.height / box.width > size.height / size.width ? box.width / size.width
-                                                                       : box.height / size.height;
+    double factor =
+        box.height / box.width > size.height / size.width ? box.width / size.width : box.height / size.height;
     return {size.width * factor, size.height * factor};
 }
 
 NSSize cover(NSSize size, NSSize box) {
-    double factor = box.height / box.width > size.height / size.width ? box.height / size.height
-                                                                       : box.width / size.width;
+    double factor =
+        box.height / box.width > size.height / size.width ? box.height / size.height : box.width / size.width;
     return {size.width * factor, size.height * factor};
 }
 
-bool exceeds(NSSize size, NSSize box) { return size.width > box.width || size.height > box.height; }
+bool exceeds(NSSize size, NSSize box) {
+    return size.width > box.width || size.height > box.height;
+}
 
 enum class Fit { ShrinkOnly, ShrinkOrGrow, Cover };
 
@@ -55,8 +59,12 @@ NSSize ScaleSizeUp(NSSize size, NSSize maxSize) {
     return fit(size, maxSize);
 }
 
-NSRect ScaleRect(NSRect rect, NSRect inRect, bool center) { return scaleRect(rect, inRect, center, Fit::ShrinkOnly); }
+NSRect ScaleRect(NSRect rect, NSRect inRect, bool center) {
+    return scaleRect(rect, inRect, center, Fit::ShrinkOnly);
+}
 NSRect ScaleRectUp(NSRect rect, NSRect inRect, bool center) {
     return scaleRect(rect, inRect, center, Fit::ShrinkOrGrow);
 }
-NSRect ScaleRectUpFill(NSRect rect, NSRect inRect, bool center) { return scaleRect(rect, inRect, center, Fit::Cover); }
+NSRect ScaleRectUpFill(NSRect rect, NSRect inRect, bool center) {
+    return scaleRect(rect, inRect, center, Fit::Cover);
+}

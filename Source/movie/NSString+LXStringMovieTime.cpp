@@ -1,8 +1,7 @@
-#include "movie/NSString+LXStringMovieTime.h"
-
 #include <cmath>
 #include <vector>
 
+#include "movie/NSString+LXStringMovieTime.h"
 #include "platform/core/NSStringReading.h"
 #include "platform/text/StringWithFormat.h"
 #include "platform/text/UnicodeText.h"
@@ -11,8 +10,12 @@ namespace {
 
 // The clock fields wrap like the 32-bit integers they are printed from; unsigned
 // arithmetic gives that without undefined behaviour.
-int32_t wrap32(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value))); }
-int32_t add32(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
+int32_t wrap32(int64_t value) {
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
+}
+int32_t add32(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
 int32_t multiply32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
@@ -42,7 +45,8 @@ ClockFields breakDown(QTTime time, int32_t frameLength) {
         value = static_cast<int64_t>(0 - static_cast<uint64_t>(value));
     }
     // The one quotient that overflows (the most negative value over -1) wraps as well.
-    const int64_t totalSeconds = (scale == -1) ? static_cast<int64_t>(0 - static_cast<uint64_t>(value)) : value / scale;
+    const int64_t totalSeconds =
+        (scale == -1) ? static_cast<int64_t>(0 - static_cast<uint64_t>(value)) : value / scale;
     const int32_t t = wrap32(totalSeconds);
     const int32_t hours = t / 3600;
     const int32_t rest = t - 3600 * hours;
@@ -115,7 +119,7 @@ QTTime movieTimeValueWithScale(std::string_view text, int64_t scale, int32_t fra
 
     std::vector<std::string> parts;
     size_t start = 0;
-    for (size_t colon = m.find(U':'); ; colon = m.find(U':', start)) {
+    for (size_t colon = m.find(U':');; colon = m.find(U':', start)) {
         parts.push_back(UTF8FromCodePoints(std::u32string_view(m).substr(start, colon - start)));
         if (colon == std::u32string::npos)
             break;
@@ -144,7 +148,7 @@ QTTime movieTimeValueWithScale(std::string_view text, int64_t scale, int32_t fra
 
     std::vector<std::string_view> pieces;
     std::string_view rest = secondsField;
-    for (size_t dot = rest.find('.'); ; dot = rest.find('.')) {
+    for (size_t dot = rest.find('.');; dot = rest.find('.')) {
         pieces.push_back(rest.substr(0, dot));
         if (dot == std::string_view::npos)
             break;

@@ -11,7 +11,9 @@
 
 namespace {
 
-PropertyValue N(int32_t value) { return PropertyValue::number(value); }
+PropertyValue N(int32_t value) {
+    return PropertyValue::number(value);
+}
 
 PropertyValue record(const char* name, PropertyValue size) {
     return PropertyDictionary{{"name", name}, {"info", PropertyDictionary{{"size", std::move(size)}}}};
@@ -30,14 +32,16 @@ bool sameElements(PropertyArray a, PropertyArray b) {
 TEST(LXArray, SetLikeFilteringKeepsEachDistinctElementOnce) {
     EXPECT_TRUE(sameElements(LXArray::arrayByRemovingDuplicateObjects({N(1), N(1), N(2)}), {N(1), N(2)}));
     // 1, 1.0 and true are the same number, as NSNumber compares them.
-    EXPECT_EQ(LXArray::arrayByRemovingDuplicateObjects({N(1), PropertyValue::real(1.0), PropertyValue::boolean(true)})
+    EXPECT_EQ(LXArray::arrayByRemovingDuplicateObjects(
+                  {N(1), PropertyValue::real(1.0), PropertyValue::boolean(true)})
                   .size(),
               1u);
     EXPECT_EQ(LXArray::arrayByRemovingDuplicateObjects({"a", "a", "b", N(3)}).size(), 3u);
     EXPECT_TRUE(LXArray::arrayByRemovingDuplicateObjects({}).empty());
 
-    EXPECT_TRUE(sameElements(LXArray::arrayByRemovingObjectsNotInArray({N(1), N(2), N(2), N(3), N(4)}, {N(4), N(2), N(9)}),
-                             {N(2), N(4)}));
+    EXPECT_TRUE(sameElements(
+        LXArray::arrayByRemovingObjectsNotInArray({N(1), N(2), N(2), N(3), N(4)}, {N(4), N(2), N(9)}),
+        {N(2), N(4)}));
     EXPECT_TRUE(LXArray::arrayByRemovingObjectsNotInArray({N(1)}, {}).empty());
 }
 
@@ -47,7 +51,8 @@ TEST(LXArray, RecordLookUpsByKeyAndKeyPath) {
 
     PropertyArray sizes = LXArray::arrayWithObjectsForKey(records, "info.size");
     EXPECT_EQ(sizes, (PropertyArray{N(10), N(20), N(30), PropertyValue()}));
-    EXPECT_EQ(LXArray::arrayWithObjectsForKey(records, "name"), (PropertyArray{"a", "b", "a", PropertyValue()}));
+    EXPECT_EQ(LXArray::arrayWithObjectsForKey(records, "name"),
+              (PropertyArray{"a", "b", "a", PropertyValue()}));
 
     EXPECT_TRUE(LXArray::containsObject(records, "b", "name"));
     EXPECT_TRUE(LXArray::containsObject(records, PropertyValue::real(20.0), "info.size"));
@@ -78,7 +83,8 @@ TEST(LXMutableArray, RandomizeOfNothingOrOneLeavesItAlone) {
     PropertyArray many = {N(1), N(2), N(3), N(4), N(5), N(6), N(7), N(8)};
     PropertyArray shuffled = LXArray::randomizedArray(many);
     EXPECT_TRUE(sameElements(shuffled, many));
-    EXPECT_EQ(many, (PropertyArray{N(1), N(2), N(3), N(4), N(5), N(6), N(7), N(8)})) << "the receiver is untouched";
+    EXPECT_EQ(many, (PropertyArray{N(1), N(2), N(3), N(4), N(5), N(6), N(7), N(8)}))
+        << "the receiver is untouched";
 }
 
 // Swapping each position with one drawn from the whole array makes some orders more
@@ -123,7 +129,8 @@ TEST(LXDictionary, MutableCopyDeepCopiesOneLevel) {
     PropertyDictionary copy = LXDictionary::mutableCopyDeep(receiver);
     EXPECT_EQ(copy, receiver);
     EXPECT_FALSE(copy["a"].sharesContainerWith(middle)) << "the value for a is a new dictionary";
-    EXPECT_TRUE((*copy["a"].dictionary()).at("b").sharesContainerWith(innermost)) << "two levels down is shared";
+    EXPECT_TRUE((*copy["a"].dictionary()).at("b").sharesContainerWith(innermost))
+        << "two levels down is shared";
     EXPECT_TRUE(copy["list"].sharesContainerWith(list)) << "arrays are shared, never copied";
 
     (*copy["a"].mutableDictionary())["new"] = N(2);

@@ -12,7 +12,7 @@ namespace lxkit::test {
 /// LANGUAGE for any locale but plain "C", so no generated locale is needed; the
 /// setlocale call also makes gettext drop what it has cached.
 class LanguageScope {
-public:
+  public:
     explicit LanguageScope(const char* language) {
         save("LC_ALL", m_lcAll);
         save("LANGUAGE", m_language);
@@ -31,7 +31,7 @@ public:
     LanguageScope(const LanguageScope&) = delete;
     LanguageScope& operator=(const LanguageScope&) = delete;
 
-private:
+  private:
     static void save(const char* name, std::optional<std::string>& slot) {
         if (const char* value = std::getenv(name))
             slot = value;

@@ -75,9 +75,9 @@ TEST(DerivedFraction, ContinuedFractionTable) {
         {0.75, "3/4"},
         {0.66, "33/50"},
         {1e-7, "0"},
-        {1.25, "5/4"},      // improper fractions stay
-        {0.3, "1/3"},       // 3/10 shown with numerator 1
-        {2.0 / 7, "1/4"},   // 2/7, and 3.5 rounds away from zero
+        {1.25, "5/4"},    // improper fractions stay
+        {0.3, "1/3"},     // 3/10 shown with numerator 1
+        {2.0 / 7, "1/4"}, // 2/7, and 3.5 rounds away from zero
         {0.0001, "1/10000"},
         {1.0 / 99000, "1/99000"}, // the limit has grown to 99100
         {1.0 / 99999, "0"},       // beyond the last limit of 99600
@@ -90,8 +90,8 @@ TEST(DerivedFraction, ContinuedFractionTable) {
 TEST(NaturalOrder, FileNamesSortByTheirNumbers) {
     LanguageScope locale(nullptr);
     const std::vector<std::string> expected = {
-        "a.png",  "B.png",       "file 2.png",  "file 10.png", "img1.png",
-        "img2.png", "Img2.png", "img9.png",    "img10.png",   "x1.9",   "x1.10",
+        "a.png",    "B.png",    "file 2.png", "file 10.png", "img1.png", "img2.png",
+        "Img2.png", "img9.png", "img10.png",  "x1.9",        "x1.10",
     };
     std::vector<std::string> names = expected;
     std::reverse(names.begin(), names.end());
@@ -108,17 +108,20 @@ TEST(NaturalOrder, FileNamesSortByTheirNumbers) {
 }
 
 TEST(RemovingCharacters, EverySetMemberGoes) {
-    EXPECT_EQ(LXString::stringByRemovingCharactersInSet("IMG_0042 (1).jpg", NSCharacterSet()), "IMG_0042 (1).jpg");
-    EXPECT_EQ(LXString::stringByRemovingCharactersInSet("IMG_0042 (1).jpg", NSCharacterSet::decimalDigitCharacterSet()),
+    EXPECT_EQ(LXString::stringByRemovingCharactersInSet("IMG_0042 (1).jpg", NSCharacterSet()),
+              "IMG_0042 (1).jpg");
+    EXPECT_EQ(LXString::stringByRemovingCharactersInSet("IMG_0042 (1).jpg",
+                                                        NSCharacterSet::decimalDigitCharacterSet()),
               "IMG_ ().jpg");
     // Digits of other scripts are decimal digits too; the rest is kept whole.
     EXPECT_EQ(LXString::stringByRemovingCharactersInSet("Bild ٣ – Größe 12",
                                                         NSCharacterSet::decimalDigitCharacterSet()),
               "Bild  – Größe ");
-    EXPECT_EQ(LXString::stringByRemovingCharactersInSet(" a\tb\u00A0c ", NSCharacterSet::whitespaceCharacterSet()),
-              "abc");
-    EXPECT_EQ(LXString::stringByRemovingCharactersInSet("a😀b😀",
-                                                        NSCharacterSet::characterSetWithCharactersInString("😀")),
+    EXPECT_EQ(
+        LXString::stringByRemovingCharactersInSet(" a\tb\u00A0c ", NSCharacterSet::whitespaceCharacterSet()),
+        "abc");
+    EXPECT_EQ(LXString::stringByRemovingCharactersInSet(
+                  "a😀b😀", NSCharacterSet::characterSetWithCharactersInString("😀")),
               "ab");
 }
 

@@ -4,7 +4,9 @@
 
 namespace {
 
-constexpr NSRect R(double x, double y, double w, double h) { return NSMakeRect(x, y, w, h); }
+constexpr NSRect R(double x, double y, double w, double h) {
+    return NSMakeRect(x, y, w, h);
+}
 
 struct FakeView {
     NSRect m_frame;
@@ -17,9 +19,9 @@ struct FakeView {
 
 TEST(AspectRatio, TagTableAsItStands) {
     const std::pair<int, NSSize> table[] = {
-        {11, {1, 1}},  {23, {2, 3}},   {34, {3, 4}},   {43, {4, 3}},     {57, {7, 5}},
-        {64, {4, 6}},  {75, {5, 7}},   {108, {8, 10}}, {169, {16, 9}},   {810, {10, 8}},
-        {916, {40, 71}}, {1610, {16, 10}}, {46, {6, 4}}, {0, {6, 4}},    {-2, {6, 4}},
+        {11, {1, 1}},    {23, {2, 3}},     {34, {3, 4}},   {43, {4, 3}},   {57, {7, 5}},
+        {64, {4, 6}},    {75, {5, 7}},     {108, {8, 10}}, {169, {16, 9}}, {810, {10, 8}},
+        {916, {40, 71}}, {1610, {16, 10}}, {46, {6, 4}},   {0, {6, 4}},    {-2, {6, 4}},
     };
     const NSSize own = NSMakeSize(640, 480);
     for (const auto& [tag, ratio] : table)
@@ -70,7 +72,8 @@ TEST(AspectRatio, ConstrainAndPinMeasuresTheLimitFromTheFixedSides) {
         {"ties to even", R(0, 0, 2.5, 10), bounds, NSMakeSize(1, 1), 3, true, R(0, 0, 2, 2)},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(ConstrainAndPinRectWithAspectRatio(c.rect, c.bounds, c.ratio, c.corner, c.keepWidth), c.expected)
+        EXPECT_EQ(ConstrainAndPinRectWithAspectRatio(c.rect, c.bounds, c.ratio, c.corner, c.keepWidth),
+                  c.expected)
             << c.name;
 }
 

@@ -7,7 +7,9 @@
 
 namespace {
 
-constexpr NSRect R(double x, double y, double w, double h) { return NSMakeRect(x, y, w, h); }
+constexpr NSRect R(double x, double y, double w, double h) {
+    return NSMakeRect(x, y, w, h);
+}
 
 TEST(RectGeometry, Corners) {
     const NSRect rect = R(10, 20, 30, 40);
@@ -51,8 +53,8 @@ TEST(RectGeometry, RoundToTakesTiesAwayFromZeroAsTheDoublesFall) {
         double value, places, expected;
     };
     const Case cases[] = {
-        {2.345, 2, 2.35},  // 234.50000000000003
-        {1.005, 2, 1.0},   // 100.49999999999999
+        {2.345, 2, 2.35}, // 234.50000000000003
+        {1.005, 2, 1.0},  // 100.49999999999999
         {1234.5, -2, 1200},
         {-2.5, 0, -3},
         {2.5, 0, 3},

@@ -7,11 +7,17 @@
 
 namespace {
 
-constexpr NSRect R(double x, double y, double w, double h) { return NSMakeRect(x, y, w, h); }
-constexpr NSSize S(double w, double h) { return NSMakeSize(w, h); }
+constexpr NSRect R(double x, double y, double w, double h) {
+    return NSMakeRect(x, y, w, h);
+}
+constexpr NSSize S(double w, double h) {
+    return NSMakeSize(w, h);
+}
 
 // Thirds do not come out the same in every order of operations.
-bool near(double a, double b) { return std::fabs(a - b) <= 1e-9 * std::max(1.0, std::fabs(b)); }
+bool near(double a, double b) {
+    return std::fabs(a - b) <= 1e-9 * std::max(1.0, std::fabs(b));
+}
 testing::AssertionResult SizesNear(NSSize a, NSSize b) {
     if (near(a.width, b.width) && near(a.height, b.height))
         return testing::AssertionSuccess();
@@ -55,7 +61,8 @@ TEST(Scaling, RectsKeepTheirOriginUnlessCentred) {
         {R(10, 10, 400, 300), R(0, 0, 200, 200), true, R(0, 25, 200, 150), R(0, 25, 200, 150),
          R(-100.0 / 3, 0, 800.0 / 3, 200)},
         // Centred even when not scaled.
-        {R(5, 5, 50, 50), R(0, 0, 200, 100), true, R(75, 25, 50, 50), R(50, 0, 100, 100), R(0, -50, 200, 200)},
+        {R(5, 5, 50, 50), R(0, 0, 200, 100), true, R(75, 25, 50, 50), R(50, 0, 100, 100),
+         R(0, -50, 200, 200)},
         {R(0, 0, 100, 50), R(0, 0, 200, 200), true, R(50, 75, 100, 50), R(0, 50, 200, 100),
          R(-100, 0, 400, 200)},
         // A zero side returns the rect unchanged, without centring.

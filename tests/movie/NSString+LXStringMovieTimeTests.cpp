@@ -18,7 +18,7 @@ TEST(MovieTimeText, FormatsFullAndAbbreviated) {
         // 3724.278 s: 167 ticks into the second are 8.35 frames of 20 ticks.
         {2234567, 600, 20, "01:02:04.08", "1:02:04.08"},
         {2234567, 600, 0, "01:02:04", "1:02:04"},
-        {45, 0, 0, "00:00:00", "0:00"},     // no scale reads as 600
+        {45, 0, 0, "00:00:00", "0:00"}, // no scale reads as 600
         {45, 0, 20, "00:00:00.02", "0:00.02"},
         {90000, 600, 20, "00:02:30.00", "2:30.00"},
         {90000, 600, 0, "00:02:30", "2:30"},
@@ -42,9 +42,10 @@ TEST(MovieTimeText, FormatsFullAndAbbreviated) {
 
 TEST(MovieTimeText, DisplayStringShortensAFullText) {
     const std::pair<const char*, const char*> cases[] = {
-        {"00:00:05.12", "0:05.12"}, {"00:02:34", "2:34"}, {"00:12:34", "12:34"}, {"01:02:03", "1:02:03"},
-        {"05", "0:05"},             {"00:00:00", "0:00"}, {"00:00:00.00", "0:00.00"}, {"", "0:"},
-        {"00:00:00:07", "0:07"},    {"10:00:00", "10:00:00"},
+        {"00:00:05.12", "0:05.12"}, {"00:02:34", "2:34"}, {"00:12:34", "12:34"},
+        {"01:02:03", "1:02:03"},    {"05", "0:05"},       {"00:00:00", "0:00"},
+        {"00:00:00.00", "0:00.00"}, {"", "0:"},           {"00:00:00:07", "0:07"},
+        {"10:00:00", "10:00:00"},
     };
     for (const auto& [text, display] : cases)
         EXPECT_EQ(LXString::displayStringForMovieTimeString(text), display) << text;
@@ -61,8 +62,8 @@ TEST(MovieTimeText, ParsesClockTextsAndBareDigits) {
     const ParseCase cases[] = {
         {"1:30.10", 600, 20, 90 * 600 + 10 * 20},
         {"45", 600, 0, 27000},
-        {"1234567", 600, 0, 0},      // four fields after the separators go in
-        {"12345678901", 600, 0, 0},  // five fields
+        {"1234567", 600, 0, 0},     // four fields after the separators go in
+        {"12345678901", 600, 0, 0}, // five fields
         {"123456", 1, 0, 12 * 3600 + 34 * 60 + 56},
         {"12345", 1, 0, 1 * 3600 + 23 * 60 + 45},
         {"130.10", 600, 20, 90 * 600 + 200},
@@ -74,9 +75,9 @@ TEST(MovieTimeText, ParsesClockTextsAndBareDigits) {
         {"-01:02:03", 1, 0, -3600 + 120 + 3},
         {"-00:01:02", 1, 0, 62},
         {" 7: x:9", 10, 0, (7 * 3600 + 9) * 10},
-        {"1:00.5.6", 600, 20, 60 * 600},    // three pieces after the split: no frames
+        {"1:00.5.6", 600, 20, 60 * 600}, // three pieces after the split: no frames
         {"", 600, 20, 0},
-        {"99:99", 0, 20, 0},                 // a zero scale is kept
+        {"99:99", 0, 20, 0}, // a zero scale is kept
         {"0:00.05", 600, 20, 100},
     };
     for (const ParseCase& c : cases) {

@@ -5,7 +5,8 @@
 std::vector<NSRect> ScreenFramesFromMonitors(std::vector<MonitorRect> monitors) {
     if (monitors.empty())
         return {};
-    auto primary = std::find_if(monitors.begin(), monitors.end(), [](const MonitorRect& m) { return m.primary; });
+    auto primary =
+        std::find_if(monitors.begin(), monitors.end(), [](const MonitorRect& m) { return m.primary; });
     if (primary != monitors.end())
         std::rotate(monitors.begin(), primary, primary + 1);
 

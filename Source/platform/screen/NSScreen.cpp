@@ -19,8 +19,7 @@ using ConnectionHandle = std::unique_ptr<xcb_connection_t, ConnectionDeleter>;
 struct ReplyDeleter {
     void operator()(void* reply) const { std::free(reply); }
 };
-template <typename Reply>
-using ReplyHandle = std::unique_ptr<Reply, ReplyDeleter>;
+template <typename Reply> using ReplyHandle = std::unique_ptr<Reply, ReplyDeleter>;
 
 xcb_screen_t* screenOfNumber(xcb_connection_t* connection, int number) {
     auto iterator = xcb_setup_roots_iterator(xcb_get_setup(connection));
@@ -49,8 +48,8 @@ std::vector<MonitorRect> monitorsOf(xcb_connection_t* connection, xcb_screen_t* 
             auto iterator = xcb_randr_get_monitors_monitors_iterator(reply.get());
             for (; iterator.rem; xcb_randr_monitor_info_next(&iterator)) {
                 const xcb_randr_monitor_info_t* info = iterator.data;
-                monitors.push_back({double(info->x), double(info->y), double(info->width), double(info->height),
-                                    bool(info->primary)});
+                monitors.push_back({double(info->x), double(info->y), double(info->width),
+                                    double(info->height), bool(info->primary)});
             }
         }
     }

@@ -9,7 +9,7 @@
 /// origin at the bottom-left corner of the primary monitor and y growing upwards, so
 /// the primary monitor's frame starts at (0, 0).
 class NSScreen {
-public:
+  public:
     explicit NSScreen(NSRect frame) : m_frame(frame) {}
 
     NSRect frame() const { return m_frame; }
@@ -25,6 +25,6 @@ public:
     /// included, right and top edges not), or none.
     static std::optional<NSScreen> screenWithPoint(NSPoint point);
 
-private:
+  private:
     NSRect m_frame;
 };

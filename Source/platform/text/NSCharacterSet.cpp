@@ -81,7 +81,8 @@ NSCharacterSet NSCharacterSet::characterSetWithCharactersInString(std::string_vi
 NSCharacterSet NSCharacterSet::characterSetWithRange(char32_t first, char32_t length) {
     auto storage = std::make_shared<Storage>();
     if (length > 0 && first <= 0x10FFFF)
-        storage->set.add(static_cast<UChar32>(first), static_cast<UChar32>(std::min<char32_t>(first + length - 1, 0x10FFFF)));
+        storage->set.add(static_cast<UChar32>(first),
+                         static_cast<UChar32>(std::min<char32_t>(first + length - 1, 0x10FFFF)));
     storage->set.freeze();
     return NSCharacterSet(std::move(storage));
 }
@@ -99,4 +100,6 @@ bool NSCharacterSet::longCharacterIsMember(char32_t character) const {
     return m_storage->set.contains(static_cast<UChar32>(character));
 }
 
-bool NSCharacterSet::isEmpty() const { return m_storage->set.isEmpty(); }
+bool NSCharacterSet::isEmpty() const {
+    return m_storage->set.isEmpty();
+}

@@ -6,7 +6,7 @@
 /// An immutable set of Unicode code points with Foundation's predefined sets. Copies
 /// share the set.
 class NSCharacterSet {
-public:
+  public:
     /// The empty set.
     NSCharacterSet();
 
@@ -41,7 +41,7 @@ public:
     bool longCharacterIsMember(char32_t character) const;
     bool isEmpty() const;
 
-private:
+  private:
     struct Storage;
     explicit NSCharacterSet(std::shared_ptr<const Storage> storage) : m_storage(std::move(storage)) {}
     static NSCharacterSet fromPattern(const char* pattern);

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "XvfbServer.h"
 #include "platform/screen/MonitorLayout.h"
 #include "platform/screen/NSScreen.h"
-#include "XvfbServer.h"
 
 namespace {
 

@@ -3,11 +3,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <optional>
-#include <spawn.h>
 #include <string>
+
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,15 +20,15 @@ namespace lxkit::test {
 /// (-displayfd) and stopped with the object. `display()` is empty when it could not
 /// start.
 class XvfbServer {
-public:
+  public:
     XvfbServer(int width, int height) {
         int pipeEnds[2];
         if (pipe(pipeEnds) != 0)
             return;
         std::string fd = std::to_string(pipeEnds[1]);
         std::string geometry = std::to_string(width) + "x" + std::to_string(height) + "x24";
-        const char* arguments[] = {"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", geometry.c_str(), "-nolisten",
-                                   "tcp", nullptr};
+        const char* arguments[] = {"Xvfb",           "-displayfd", fd.c_str(), "-screen", "0",
+                                   geometry.c_str(), "-nolisten",  "tcp",      nullptr};
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
@@ -71,7 +72,8 @@ public:
         size_t start = 0;
         while (start <= folders.size()) {
             size_t end = folders.find(':', start);
-            std::string folder = folders.substr(start, end == std::string::npos ? std::string::npos : end - start);
+            std::string folder =
+                folders.substr(start, end == std::string::npos ? std::string::npos : end - start);
             if (!folder.empty() && access((std::filesystem::path(folder) / "Xvfb").c_str(), X_OK) == 0)
                 return true;
             if (end == std::string::npos)
@@ -81,14 +83,14 @@ public:
         return false;
     }
 
-private:
+  private:
     pid_t m_pid = 0;
     std::string m_display;
 };
 
 /// Sets $DISPLAY for the life of the object and puts back what was there.
 class ScopedDisplay {
-public:
+  public:
     explicit ScopedDisplay(const std::optional<std::string>& display) {
         if (const char* old = std::getenv("DISPLAY"))
             m_saved = old;
@@ -106,7 +108,7 @@ public:
     ScopedDisplay(const ScopedDisplay&) = delete;
     ScopedDisplay& operator=(const ScopedDisplay&) = delete;
 
-private:
+  private:
     std::optional<std::string> m_saved;
 };
 

@@ -68,7 +68,8 @@ TEST(NumericCollation, DigitRunsCompareByValueInTheNamedLocale) {
         {"zebra", "\u00E4pple", "sv", NSComparisonResult::OrderedAscending},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(CompareNumerically(c.a, c.b, c.locale), c.expected) << c.a << " / " << c.b << " in " << c.locale;
+        EXPECT_EQ(CompareNumerically(c.a, c.b, c.locale), c.expected)
+            << c.a << " / " << c.b << " in " << c.locale;
 }
 
 TEST(TextHelpers, FormattingAndCodePoints) {
@@ -79,7 +80,9 @@ TEST(TextHelpers, FormattingAndCodePoints) {
 
     EXPECT_EQ(CodePointsFromUTF8("aé😀"), U"aé😀");
     EXPECT_EQ(UTF8FromCodePoints(U"aé😀"), "aé😀");
-    EXPECT_EQ(CodePointsFromUTF8("a\xFF" "b"), U"a\uFFFDb");
+    EXPECT_EQ(CodePointsFromUTF8("a\xFF"
+                                 "b"),
+              U"a\uFFFDb");
 }
 
 } // namespace
