@@ -6,7 +6,8 @@
 
 #include <gio/gio.h>
 
-#include "platform/files/GObjectRef.h"
+#include "platform/core/GLibHandles.h"
+#include "platform/core/GObjectRef.h"
 #include "platform/files/UTType.h"
 
 namespace {
@@ -27,7 +28,7 @@ std::optional<std::string> sniffedMIMEType(const std::string& path) {
     if (std::ferror(file.get()))
         return std::nullopt;
     gboolean uncertain = FALSE;
-    GCharPtr guessed(g_content_type_guess(nullptr, head.data(), length, &uncertain));
+    GCharHandle guessed(g_content_type_guess(nullptr, head.data(), length, &uncertain));
     if (!guessed)
         return std::string("application/octet-stream");
     return std::string(guessed.get());

@@ -4,7 +4,8 @@
 #include <sys/stat.h>
 
 #include "platform/files/FSRef.h"
-#include "platform/files/GObjectRef.h"
+#include "platform/core/GLibHandles.h"
+#include "platform/core/GObjectRef.h"
 #include "platform/files/MountTable.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/files/Places.h"

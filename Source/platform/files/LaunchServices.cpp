@@ -5,7 +5,8 @@
 #include <unistd.h>
 
 #include "platform/files/FileManager.h"
-#include "platform/files/GObjectRef.h"
+#include "platform/core/GLibHandles.h"
+#include "platform/core/GObjectRef.h"
 
 namespace {
 

@@ -2,7 +2,8 @@
 
 #include <glib.h>
 
-#include "platform/files/GObjectRef.h"
+#include "platform/core/GLibHandles.h"
+#include "platform/core/GObjectRef.h"
 
 namespace {
 
@@ -122,7 +123,7 @@ std::string NSStringByExpandingTildeInPath(std::string_view path) {
 std::string NSStandardizedAbsolutePath(std::string_view path) {
     std::string absolute(path);
     if (absolute.empty() || absolute.front() != '/') {
-        GCharPtr cwd(g_get_current_dir());
+        GCharHandle cwd(g_get_current_dir());
         absolute = NSStringByAppendingPathComponent(cwd.get(), path);
     }
     std::vector<std::string> kept;
@@ -167,6 +168,6 @@ std::string NSStringLowercase(std::string_view text) {
             byte = g_ascii_tolower(byte);
         return lowered;
     }
-    GCharPtr lowered(g_utf8_strdown(text.data(), static_cast<gssize>(text.size())));
+    GCharHandle lowered(g_utf8_strdown(text.data(), static_cast<gssize>(text.size())));
     return lowered.get();
 }

@@ -6,7 +6,8 @@
 
 #include <gio/gio.h>
 
-#include "platform/files/GObjectRef.h"
+#include "platform/core/GLibHandles.h"
+#include "platform/core/GObjectRef.h"
 #include "platform/files/UTTypeTable.h"
 
 namespace {
@@ -195,7 +196,7 @@ bool isRegisteredContentType(const std::string& contentType) {
 std::optional<std::string> describeContentType(const std::string& contentType) {
     if (!isRegisteredContentType(contentType))
         return std::nullopt;
-    GCharPtr description(g_content_type_get_description(contentType.c_str()));
+    GCharHandle description(g_content_type_get_description(contentType.c_str()));
     if (!description || !*description.get())
         return std::nullopt;
     return std::string(description.get());
@@ -208,7 +209,7 @@ std::optional<std::string> mimeTypeForDynamicTag(const DynamicTag& dynamic) {
         return std::nullopt;
     const std::string name = "file." + dynamic.tag;
     gboolean uncertain = FALSE;
-    GCharPtr guessed(g_content_type_guess(name.c_str(), nullptr, 0, &uncertain));
+    GCharHandle guessed(g_content_type_guess(name.c_str(), nullptr, 0, &uncertain));
     if (!guessed || uncertain || g_content_type_is_unknown(guessed.get()))
         return std::nullopt;
     return std::string(guessed.get());

@@ -8,7 +8,8 @@
 #include <glib.h>
 #include <stdlib.h>
 
-#include "platform/files/GObjectRef.h"
+#include "platform/core/GLibHandles.h"
+#include "platform/core/GObjectRef.h"
 #include "platform/files/NSPathUtilities.h"
 #include "platform/text/Localization.h"
 
@@ -34,7 +35,7 @@ VolumeTable& volumeTable() {
 
 std::string unescapeURIPart(std::string_view text) {
     const std::string escaped(text);
-    GCharPtr unescaped(g_uri_unescape_string(escaped.c_str(), nullptr));
+    GCharHandle unescaped(g_uri_unescape_string(escaped.c_str(), nullptr));
     return unescaped ? std::string(unescaped.get()) : escaped;
 }
 

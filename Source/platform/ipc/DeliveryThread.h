@@ -3,7 +3,7 @@
 #include <functional>
 #include <thread>
 
-#include "platform/ipc/GLibHandles.h"
+#include "platform/core/GLibHandles.h"
 
 /// A thread that runs a GMainContext of its own: the delivery queue on which
 /// connections are accepted and their incoming messages are handled, one at a time.

@@ -2,7 +2,7 @@
 
 #include <gio/gunixfdlist.h>
 
-#include "platform/ipc/GLibHandles.h"
+#include "platform/core/GLibHandles.h"
 #include "platform/ipc/PropertyListVariant.h"
 
 std::shared_ptr<GDBusXPCConnection> GDBusXPCConnection::create(GObjectRef<GDBusConnection> connection) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <gio/gio.h>
 
@@ -34,3 +35,6 @@ using GDBusNodeInfoHandle = std::unique_ptr<GDBusNodeInfo, GDBusNodeInfoDeleter>
 inline GVariantHandle AdoptVariant(GVariant* value) {
     return GVariantHandle(value ? g_variant_ref_sink(value) : nullptr);
 }
+
+/// A string that GLib allocated, or "" for a null one.
+inline std::string StringFromGChars(const GCharHandle& text) { return text ? std::string(text.get()) : std::string(); }
