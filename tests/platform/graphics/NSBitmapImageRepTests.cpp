@@ -87,30 +87,16 @@ cairo_status_t countBytes(void* closure, const unsigned char*, unsigned int leng
     return CAIRO_STATUS_SUCCESS;
 }
 
-TEST(PngWriter, EncodesAVideoFrameMuchFasterThanCairosLibpngWriter) {
+TEST(PngWriter, CompressesAVideoFrameAboutAsWellAsLibpng) {
+    // Speed is measured in bench/, not here; this holds the fast settings to a size
+    // near libpng's, so that speed is not bought with files that barely compress.
     auto frame = videoLikeFrame();
     ASSERT_TRUE(frame);
-    using Clock = std::chrono::steady_clock;
-    auto best = [](auto&& work) {
-        double fastest = 1e9;
-        for (int i = 0; i < 5; ++i) {
-            auto start = Clock::now();
-            work();
-            fastest =
-                std::min(fastest, std::chrono::duration<double, std::milli>(Clock::now() - start).count());
-        }
-        return fastest;
-    };
-    size_t ours = 0, cairos = 0;
-    double oursMs = best([&] { ours = png(*frame).length(); });
-    double cairoMs = best([&] {
-        cairos = 0;
-        cairo_surface_write_to_png_stream(frame->bitmap().surface(), countBytes, &cairos);
-    });
-    std::printf("PNG of a 1280x720 frame: lxkit %.1f ms, %zu bytes; cairo/libpng %.1f ms, %zu bytes\n",
-                oursMs, ours, cairoMs, cairos);
-    EXPECT_LT(oursMs * 2, cairoMs);
-    EXPECT_LT(ours, size_t(1280) * 720 * 3) << "the data must actually compress";
+    size_t ours = png(*frame).length();
+    size_t cairos = 0;
+    cairo_surface_write_to_png_stream(frame->bitmap().surface(), countBytes, &cairos);
+    EXPECT_LT(ours, size_t(1280) * 720 * 3 * 3 / 4) << "the data must actually compress";
+    EXPECT_LT(double(ours), double(cairos) * 1.25);
 }
 
 TEST(JpegCodec, RoundTripsSizeAndColoursCloseToTheSource) {
