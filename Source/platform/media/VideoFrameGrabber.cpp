@@ -26,7 +26,7 @@ constexpr int kMaxConsecutiveDecodeErrors = 1000;
 
 VideoFrameGrabber::VideoFrameGrabber(MemoryInput& input, AVStream* stream, int64_t startOffset, int rotation)
     : m_input(input), m_stream(stream), m_streamIndex(stream->index), m_startOffset(startOffset),
-      m_rotation(rotation) {}
+      m_rotation(rotation), m_disposable(*stream->codecpar) {}
 
 VideoFrameGrabber::~VideoFrameGrabber() = default;
 
@@ -71,8 +71,11 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(int64_t value, int scal
     m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
     m_input.setDeadline(kGrabDeadline);
     auto frame = locate(Target{value, AVRational{1, scale}});
-    if (frame.isError())
+    if (frame.isError()) {
+        // After a timeout or a failed seek the decoder's place is unknown.
+        m_positioned = false;
         return frame.error();
+    }
     return convert(frame.value(), size);
 }
 
@@ -221,8 +224,8 @@ bool VideoFrameGrabber::readAhead(size_t count) {
 bool VideoFrameGrabber::mayDiscard(const AVPacket& packet, Target target) const {
     if (packet.pts == AV_NOPTS_VALUE || compareToTarget(packet.pts, target) >= 0)
         return false;
-    // Only a frame that some other frame replaces before the target can go undecoded;
-    // the decoder then drops it only if nothing refers to it.
+    // Only a frame that some other frame replaces before the target can go undecoded,
+    // and then only if nothing refers to it (which the caller checks).
     return std::any_of(m_packets.begin(), m_packets.end(), [&](const PacketHandle& later) {
         return later->pts != AV_NOPTS_VALUE && later->pts > packet.pts && compareToTarget(later->pts, target) <= 0;
     });
@@ -259,7 +262,8 @@ VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame*
         }
         PacketHandle packet = std::move(m_packets.front());
         m_packets.pop_front();
-        m_codec->skip_frame = mayDiscard(*packet, target) ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+        if (mayDiscard(*packet, target) && m_disposable.isDisposable({packet->data, size_t(packet->size)}))
+            continue;
         result = avcodec_send_packet(m_codec.get(), packet.get());
         if (result == AVERROR(EAGAIN)) {
             m_packets.push_front(std::move(packet));

@@ -6,6 +6,7 @@
 
 #include "platform/core/ErrorOr.h"
 #include "platform/graphics/NSBitmapImageRep.h"
+#include "platform/media/DisposableFrames.h"
 #include "platform/media/FFmpegHandles.h"
 
 class MemoryInput;
@@ -60,6 +61,7 @@ private:
     int64_t m_startOffset;
     int m_rotation;
     CodecContextHandle m_codec;
+    DisposableFrames m_disposable;
 
     // Where decoding stands: `m_shown` is the frame the last grab answered with, `m_ahead`
     // the frame decoded after it (presented later), `m_packets` what was read but not
