@@ -9,6 +9,8 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
+void PutZeros(Bytes& out, size_t count) { out.resize(out.size() + count, 0); }
+
 void PutBigEndian(Bytes& out, uint64_t value, int width) {
     for (int i = width - 1; i >= 0; --i)
         out.push_back(uint8_t(value >> (8 * i)));
@@ -41,7 +43,7 @@ Bytes Concat(std::initializer_list<Bytes> parts) {
 Bytes MovieHeaderV0(uint32_t scale, uint32_t duration, uint32_t poster) {
     Bytes out;
     PutBigEndian(out, 0, 4); // version 0, flags
-    PutBigEndian(out, 0, 8); // creation, modification
+    PutZeros(out, 8); // creation, modification
     PutBigEndian(out, scale, 4);
     PutBigEndian(out, duration, 4);
     out.resize(out.size() + 4 + 2 + 10 + 36 + 4 + 4, 0);
@@ -52,7 +54,7 @@ Bytes MovieHeaderV0(uint32_t scale, uint32_t duration, uint32_t poster) {
 Bytes MovieHeaderV1(uint32_t scale, uint64_t duration) {
     Bytes out;
     PutBigEndian(out, 0x01000000, 4);
-    PutBigEndian(out, 0, 16);
+    PutZeros(out, 16);
     PutBigEndian(out, scale, 4);
     PutBigEndian(out, duration, 8);
     return out; // truncated after the duration: no poster time
@@ -61,7 +63,7 @@ Bytes MovieHeaderV1(uint32_t scale, uint64_t duration) {
 Bytes TrackHeader(int version, uint32_t flags, uint32_t trackID) {
     Bytes out;
     PutBigEndian(out, (uint32_t(version) << 24) | flags, 4);
-    PutBigEndian(out, 0, version == 1 ? 16 : 8);
+    PutZeros(out, version == 1 ? 16 : 8);
     PutBigEndian(out, trackID, 4);
     out.resize(out.size() + 60, 0);
     return out;
