@@ -1,6 +1,7 @@
 #include "client/LXFrameServiceClient.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <spawn.h>
@@ -49,13 +50,7 @@ LXFrameServiceClient::~LXFrameServiceClient() {
         // The service leaves by itself once its peer is gone; wait a little for that,
         // then make sure.
         std::lock_guard lock(m_reapMutex);
-        for (int attempt = 0; !m_reaped && attempt < 50; ++attempt) {
-            if (waitpid(m_servicePid, &m_exitStatus, WNOHANG) == m_servicePid)
-                m_reaped = true;
-            else
-                usleep(10'000);
-        }
-        if (!m_reaped) {
+        if (!reapService(std::chrono::milliseconds(500))) {
             kill(m_servicePid, SIGKILL);
             waitpid(m_servicePid, &m_exitStatus, 0);
         }
@@ -147,18 +142,25 @@ ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::connectStre
     return client;
 }
 
+bool LXFrameServiceClient::reapService(std::chrono::milliseconds patience) {
+    auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!m_reaped) {
+        if (waitpid(m_servicePid, &m_exitStatus, WNOHANG) == m_servicePid)
+            m_reaped = true;
+        else if (std::chrono::steady_clock::now() >= deadline)
+            break;
+        else
+            usleep(5'000);
+    }
+    return m_reaped;
+}
+
 std::string LXFrameServiceClient::exitReason() {
     if (m_servicePid <= 0)
         return {};
     std::lock_guard lock(m_reapMutex);
     // Give a service that is on its way out a moment to finish.
-    for (int attempt = 0; !m_reaped && attempt < 20; ++attempt) {
-        if (waitpid(m_servicePid, &m_exitStatus, WNOHANG) == m_servicePid)
-            m_reaped = true;
-        else
-            usleep(5'000);
-    }
-    if (!m_reaped)
+    if (!reapService(std::chrono::milliseconds(100)))
         return {};
     if (WIFSIGNALED(m_exitStatus))
         return std::string(" (the service was killed by signal ") + strsignal(WTERMSIG(m_exitStatus)) + ")";

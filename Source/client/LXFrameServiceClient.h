@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -43,6 +44,9 @@ private:
     static ErrorOr<std::unique_ptr<LXFrameServiceClient>> connectStream(std::unique_ptr<LXFrameServiceClient> client,
                                                                         int socket, const std::string& address);
     std::string exitReason();
+    /// Collects the spawned service's exit status if it ends within `patience`; call
+    /// with the reap mutex held.
+    bool reapService(std::chrono::milliseconds patience);
 
     std::unique_ptr<DeliveryThread> m_delivery;
     std::shared_ptr<GDBusXPCConnection> m_connection;

@@ -10,31 +10,15 @@ namespace Key = LXVideoFrameKey;
 
 namespace {
 
-class ChapterJobTest : public ::testing::Test {
+class ChapterJobTest : public JobTest {
 protected:
-    void SetUp() override { task->setConnection(connection); }
-
-    std::vector<PropertyDictionary> run(PropertyDictionary request) {
-        task->processRequest(std::move(request));
-        queue.runPending();
-        return connection->replies();
-    }
-
     static PropertyDictionary chapterRequest(const std::filesystem::path& movie, PropertyValue wants = PropertyValue::boolean(true)) {
         return {{Key::movieData, NSData::dataWithVector(readFile(movie))},
                 {Key::token, "chapters"},
                 {Key::wantsChapterFrames, std::move(wants)}};
     }
 
-    NSOperationQueue queue;
-    std::shared_ptr<LXVideoFrameTask> task = std::make_shared<LXVideoFrameTask>(queue);
-    std::shared_ptr<RecordingConnection> connection = std::make_shared<RecordingConnection>();
 };
-
-std::optional<bool> completedOf(const PropertyDictionary& reply) {
-    const PropertyValue* completed = PropertyValueForKey(reply, Key::completed);
-    return completed ? completed->boolValue() : std::nullopt;
-}
 
 TEST_F(ChapterJobTest, OneFramePerChapterAtTheMoviesDisplaySize) {
     auto replies = run(chapterRequest(sampleMovie()));
@@ -56,7 +40,7 @@ TEST_F(ChapterJobTest, OneFramePerChapterAtTheMoviesDisplaySize) {
     const double starts[] = {0, 3, 7};
     for (size_t i = 0; i < 3; ++i)
         EXPECT_GE(psnr(pictures[i], FfmpegFrameAt(sampleMovie().string(), starts[i], 320, 240)), 35.0) << i;
-    EXPECT_EQ(completedOf(replies.back()), true);
+    EXPECT_EQ(CompletedOf(replies.back()), true);
 }
 
 TEST_F(ChapterJobTest, ThePresenceOfTheKeyAloneSelectsTheJob) {
@@ -92,8 +76,7 @@ TEST_F(ChapterJobTest, CompletesWheneverItWasNotCancelled) {
     };
     for (auto& c : cases) {
         SCOPED_TRACE(c.name);
-        connection = std::make_shared<RecordingConnection>();
-        task->setConnection(connection);
+        useNewConnection();
         auto replies = run(c.request);
         ASSERT_EQ(replies.size(), c.replies);
         for (size_t i = 0; i + 1 < replies.size(); ++i) {
@@ -101,7 +84,7 @@ TEST_F(ChapterJobTest, CompletesWheneverItWasNotCancelled) {
             ASSERT_TRUE(frames && frames->array());
             EXPECT_TRUE(frames->array()->empty());
         }
-        EXPECT_EQ(completedOf(replies.back()), true);
+        EXPECT_EQ(CompletedOf(replies.back()), true);
     }
 }
 

@@ -21,16 +21,8 @@ std::filesystem::path shortMovie() {
 
 NSData bytesOf(const std::filesystem::path& path) { return NSData::dataWithVector(readFile(path)); }
 
-class FrameJobTest : public ::testing::Test {
+class FrameJobTest : public JobTest {
 protected:
-    void SetUp() override { task->setConnection(connection); }
-
-    std::vector<PropertyDictionary> run(PropertyDictionary request) {
-        task->processRequest(std::move(request));
-        queue.runPending();
-        return connection->replies();
-    }
-
     PropertyDictionary intervalRequest(int32_t count, std::optional<int32_t> interval, const char* size = "{320, 240}") {
         PropertyDictionary request{{Key::movieData, bytesOf(shortMovie())},
                                    {Key::token, PropertyValue::number(7)},
@@ -42,9 +34,6 @@ protected:
         return request;
     }
 
-    NSOperationQueue queue;
-    std::shared_ptr<LXVideoFrameTask> task = std::make_shared<LXVideoFrameTask>(queue);
-    std::shared_ptr<RecordingConnection> connection = std::make_shared<RecordingConnection>();
 };
 
 const PropertyDictionary* onlyFrameEntry(const PropertyDictionary& reply) {
@@ -52,11 +41,6 @@ const PropertyDictionary* onlyFrameEntry(const PropertyDictionary& reply) {
     if (!frames || !frames->array() || frames->array()->size() != 1)
         return nullptr;
     return (*frames->array())[0].dictionary();
-}
-
-std::optional<bool> completedOf(const PropertyDictionary& reply) {
-    const PropertyValue* completed = PropertyValueForKey(reply, Key::completed);
-    return completed ? completed->boolValue() : std::nullopt;
 }
 
 std::string timeOf(const PropertyDictionary& entry) {
@@ -112,14 +96,13 @@ TEST_F(FrameJobTest, ReplyShapesFollowCountSizeAndMovie) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        connection = std::make_shared<RecordingConnection>();
-        task->setConnection(connection);
+        useNewConnection();
         auto request = intervalRequest(3, 400);
         c.change(request);
         auto replies = run(request);
         ASSERT_EQ(replies.size(), c.frameReplies + 1);
         auto entries = checkShape(replies, PropertyValue::number(7));
-        EXPECT_EQ(completedOf(replies.back()), c.completed);
+        EXPECT_EQ(CompletedOf(replies.back()), c.completed);
         size_t withData = 0;
         for (auto entry : entries) {
             ASSERT_NE(entry, nullptr);
@@ -165,7 +148,7 @@ TEST_F(FrameJobTest, FramesPastTheEndAreRetriedSixTicksBeforeIt) {
         EXPECT_EQ(timeOf(*entry), expected[i]) << "frame " << i + 1;
         EXPECT_NE(PropertyValueForKey(*entry, Key::data), nullptr) << "frame " << i + 1;
     }
-    EXPECT_EQ(completedOf(replies.back()), true);
+    EXPECT_EQ(CompletedOf(replies.back()), true);
 }
 
 TEST_F(FrameJobTest, FramesThatCannotBeMadeStillGetTheirTime) {
@@ -176,7 +159,7 @@ TEST_F(FrameJobTest, FramesThatCannotBeMadeStillGetTheirTime) {
     EXPECT_EQ(timeOf(*onlyFrameEntry(replies[1])), "-0:00:00:00.500/1000");
     EXPECT_EQ(PropertyValueForKey(*onlyFrameEntry(replies[1]), Key::data), nullptr);
     EXPECT_EQ(timeOf(*onlyFrameEntry(replies[2])), "-0:00:00:01.00/1000");
-    EXPECT_EQ(completedOf(replies.back()), true);
+    EXPECT_EQ(CompletedOf(replies.back()), true);
 }
 
 TEST_F(FrameJobTest, TransformsTurnAndMirrorTheFrames) {
@@ -197,8 +180,7 @@ TEST_F(FrameJobTest, TransformsTurnAndMirrorTheFrames) {
     std::vector<std::vector<uint8_t>> pixels;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        connection = std::make_shared<RecordingConnection>();
-        task->setConnection(connection);
+        useNewConnection();
         auto request = intervalRequest(1, 0);
         if (c.transforms)
             request.emplace(Key::transforms, *c.transforms);
@@ -227,8 +209,7 @@ TEST_F(FrameJobTest, FramesMatchWhatFfmpegShows) {
     const Case cases[] = {{440, {0, 0.44, 0.88, 1.32}}, {430, {0, 0.40, 0.84, 1.28}}};
     auto movie = shortMovie();
     for (const auto& c : cases) {
-        connection = std::make_shared<RecordingConnection>();
-        task->setConnection(connection);
+        useNewConnection();
         auto replies = run(intervalRequest(4, c.interval));
         ASSERT_EQ(replies.size(), 5u);
         for (size_t i = 0; i < 4; ++i) {
@@ -251,8 +232,7 @@ TEST_F(FrameJobTest, EveryKindOfTokenComesBackUnchanged) {
         PropertyValue(NSData::dataWithBytes("\x00\x01", 2)),
     };
     for (const auto& token : tokens) {
-        connection = std::make_shared<RecordingConnection>();
-        task->setConnection(connection);
+        useNewConnection();
         auto request = intervalRequest(2, 100);
         request[Key::token] = token;
         auto replies = run(request);
@@ -284,7 +264,7 @@ TEST_F(FrameJobTest, ACancelStopsTheRunningJobBeforeItsNextFrame) {
     connection->onSend = nullptr;
     replies = run(intervalRequest(2, 100));
     ASSERT_EQ(replies.size(), 4u);
-    EXPECT_EQ(completedOf(replies.back()), true);
+    EXPECT_EQ(CompletedOf(replies.back()), true);
 }
 
 TEST_F(FrameJobTest, ACancelBeforeAJobStartsIsWipedOut) {
@@ -293,7 +273,7 @@ TEST_F(FrameJobTest, ACancelBeforeAJobStartsIsWipedOut) {
     queue.runPending();
     auto replies = connection->replies();
     ASSERT_EQ(replies.size(), 3u);
-    EXPECT_EQ(completedOf(replies.back()), true);
+    EXPECT_EQ(CompletedOf(replies.back()), true);
 }
 
 TEST_F(FrameJobTest, RequestsRunOneAfterAnotherInArrivalOrder) {
@@ -326,7 +306,7 @@ TEST_F(FrameJobTest, RepliesFollowTheConnectionAcceptedLast) {
     EXPECT_EQ(later->remoteObjectInterface().name(), "io.lxkit.VideoFrameClient1");
     auto moved = later->replies();
     ASSERT_EQ(moved.size(), 3u);
-    EXPECT_EQ(completedOf(moved.back()), true);
+    EXPECT_EQ(CompletedOf(moved.back()), true);
 }
 
 } // namespace

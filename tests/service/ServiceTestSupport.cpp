@@ -7,6 +7,11 @@
 
 namespace lxkit::test {
 
+std::optional<bool> CompletedOf(const PropertyDictionary& reply) {
+    const PropertyValue* completed = PropertyValueForKey(reply, "completed");
+    return completed ? completed->boolValue() : std::nullopt;
+}
+
 std::pair<uint32_t, uint32_t> PngDimensions(const NSData& png) {
     static const uint8_t signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
     if (png.length() < 24 || std::memcmp(png.bytes(), signature, 8) != 0)

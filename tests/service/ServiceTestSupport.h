@@ -4,8 +4,11 @@
 #include <mutex>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "platform/core/PropertyList.h"
 #include "platform/ipc/NSXPCConnection.h"
+#include "service/LXVideoFrameTask.h"
 
 namespace lxkit::test {
 
@@ -37,6 +40,32 @@ private:
     std::vector<PropertyDictionary> m_replies;
     bool m_resumed = false;
 };
+
+/// A task of its own with a queue that the test drains, answering into a recording
+/// connection.
+class JobTest : public ::testing::Test {
+protected:
+    void SetUp() override { task->setConnection(connection); }
+
+    /// Posts the request, runs the queue and gives every reply so far.
+    std::vector<PropertyDictionary> run(PropertyDictionary request) {
+        task->processRequest(std::move(request));
+        queue.runPending();
+        return connection->replies();
+    }
+    /// Starts the next case on a fresh connection.
+    void useNewConnection() {
+        connection = std::make_shared<RecordingConnection>();
+        task->setConnection(connection);
+    }
+
+    NSOperationQueue queue;
+    std::shared_ptr<LXVideoFrameTask> task = std::make_shared<LXVideoFrameTask>(queue);
+    std::shared_ptr<RecordingConnection> connection = std::make_shared<RecordingConnection>();
+};
+
+/// The "completed" of a final reply, read as a boolean.
+std::optional<bool> CompletedOf(const PropertyDictionary& reply);
 
 /// The width and height in a PNG's header, or (0, 0) when the bytes are not a PNG.
 std::pair<uint32_t, uint32_t> PngDimensions(const NSData& png);
