@@ -27,8 +27,10 @@ class XvfbServer {
             return;
         std::string fd = std::to_string(pipeEnds[1]);
         std::string geometry = std::to_string(width) + "x" + std::to_string(height) + "x24";
-        const char* arguments[] = {"Xvfb",           "-displayfd", fd.c_str(), "-screen", "0",
-                                   geometry.c_str(), "-nolisten",  "tcp",      nullptr};
+        // -noreset: by default the server resets when its last client leaves, and a
+        // connection made during the reset fails.
+        const char* arguments[] = {"Xvfb",    "-displayfd", fd.c_str(), "-screen",  "0",
+                                   geometry.c_str(), "-nolisten",  "tcp",      "-noreset", nullptr};
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
