@@ -86,14 +86,13 @@ void NSBezierPath::fillRect(NSRect rect) {
     NSGraphicsContext* context = NSGraphicsContext::currentContext();
     if (!context)
         return;
-    cairo_t* cairo = context->cairo();
-    cairo_save(cairo);
-    cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
-    context->fillColor().setSourceOn(cairo);
-    cairo_new_path(cairo);
-    cairo_rectangle(cairo, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
-    cairo_fill(cairo);
-    cairo_restore(cairo);
+    context->performDrawing([&](cairo_t* cairo) {
+        cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
+        context->setFillSource(cairo);
+        cairo_new_path(cairo);
+        cairo_rectangle(cairo, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
+        cairo_fill(cairo);
+    });
 }
 
 void NSBezierPath::strokeRect(NSRect rect) {
@@ -218,25 +217,23 @@ void NSBezierPath::fill() const {
     NSGraphicsContext* context = NSGraphicsContext::currentContext();
     if (!context)
         return;
-    cairo_t* cairo = context->cairo();
-    cairo_save(cairo);
-    context->fillColor().setSourceOn(cairo);
-    appendToCairo(cairo);
-    cairo_fill(cairo);
-    cairo_restore(cairo);
+    context->performDrawing([&](cairo_t* cairo) {
+        context->setFillSource(cairo);
+        appendToCairo(cairo);
+        cairo_fill(cairo);
+    });
 }
 
 void NSBezierPath::stroke() const {
     NSGraphicsContext* context = NSGraphicsContext::currentContext();
     if (!context)
         return;
-    cairo_t* cairo = context->cairo();
-    cairo_save(cairo);
-    context->strokeColor().setSourceOn(cairo);
-    cairo_set_line_width(cairo, m_lineWidth);
-    appendToCairo(cairo);
-    cairo_stroke(cairo);
-    cairo_restore(cairo);
+    context->performDrawing([&](cairo_t* cairo) {
+        context->setStrokeSource(cairo);
+        cairo_set_line_width(cairo, m_lineWidth);
+        appendToCairo(cairo);
+        cairo_stroke(cairo);
+    });
 }
 
 void NSBezierPath::addClip() const {

@@ -1,5 +1,6 @@
 #include "platform/graphics/NSBitmapImageRep.h"
 
+#include "platform/graphics/CGImage.h"
 #include "platform/graphics/JpegCodec.h"
 #include "platform/graphics/PngReader.h"
 #include "platform/graphics/PngWriter.h"
@@ -78,4 +79,21 @@ std::optional<NSData> NSBitmapImageRep::representationUsingType(NSBitmapImageFil
     default:
         return std::nullopt;
     }
+}
+
+std::optional<NSBitmapImageRep> NSBitmapImageRep::initWithBitmapDataPlanes(int pixelsWide, int pixelsHigh,
+                                                                           int bitsPerSample, int samplesPerPixel,
+                                                                           bool hasAlpha, bool isPlanar,
+                                                                           std::string_view colorSpaceName,
+                                                                           int bytesPerRow, int bitsPerPixel) {
+    if (bitsPerSample != 8 || samplesPerPixel != 4 || !hasAlpha || isPlanar ||
+        (colorSpaceName != NSCalibratedRGBColorSpace && colorSpaceName != NSDeviceRGBColorSpace))
+        return std::nullopt;
+    if ((bitsPerPixel != 0 && bitsPerPixel != 32) || (bytesPerRow != 0 && bytesPerRow < pixelsWide * 4))
+        return std::nullopt;
+    return bitmapWithPixelSize({pixelsWide, pixelsHigh});
+}
+
+std::shared_ptr<const ::CGImage> NSBitmapImageRep::CGImage() const {
+    return CGImageCreateWithSurface(m_surface.get());
 }

@@ -4,7 +4,10 @@
 #include <memory>
 #include <optional>
 
+#include <string_view>
+
 #include "platform/core/NSData.h"
+#include "platform/core/NSGeometry.h"
 #include "platform/core/PropertyList.h"
 #include "platform/graphics/CairoHandles.h"
 #include "platform/graphics/PixelLimits.h"
@@ -17,8 +20,20 @@ inline constexpr const char* NSImageCompressionFactor = "NSImageCompressionFacto
 
 /// A bitmap of premultiplied ARGB32 pixels in Cairo's layout (one native-endian 32-bit
 /// word a pixel, rows `bytesPerRow` apart, top row first).
+inline constexpr const char* NSCalibratedRGBColorSpace = "NSCalibratedRGBColorSpace";
+inline constexpr const char* NSDeviceRGBColorSpace = "NSDeviceRGBColorSpace";
+
+class CGImage;
+
 class NSBitmapImageRep {
 public:
+    /// A transparent bitmap described the desktop's way. Only the layout lxkit draws in
+    /// is made: 8 bits a sample, 4 samples with alpha, interleaved, RGB; the row length
+    /// and bits per pixel are the layer's (0 asks for that). Nothing for other formats.
+    static std::optional<NSBitmapImageRep> initWithBitmapDataPlanes(int pixelsWide, int pixelsHigh, int bitsPerSample,
+                                                                    int samplesPerPixel, bool hasAlpha, bool isPlanar,
+                                                                    std::string_view colorSpaceName, int bytesPerRow,
+                                                                    int bitsPerPixel);
     /// A fully transparent bitmap, or nothing when the size is over the cap of
     /// PixelLimits.h or the memory cannot be had.
     static std::optional<NSBitmapImageRep> bitmapWithPixelSize(PixelSize size);
@@ -36,6 +51,13 @@ public:
     void markDirty() const;
     cairo_surface_t* surface() const { return m_surface.get(); }
 
+    /// The size in points at which the bitmap is meant to be shown; its pixel size until
+    /// set. Shared by copies of this value.
+    NSSize size() const { return m_size->value_or(NSMakeSize(pixelsWide(), pixelsHigh())); }
+    void setSize(NSSize size) { *m_size = size; }
+    /// A snapshot of the pixels as a bitmap image (`CGImage`).
+    std::shared_ptr<const ::CGImage> CGImage() const;
+
     /// The file bytes of the bitmap as PNG (no properties are read) or as JPEG (reads
     /// NSImageCompressionFactor, default 0.75); nothing for other types or on failure.
     std::optional<NSData> representationUsingType(NSBitmapImageFileType type,
@@ -44,4 +66,5 @@ public:
 private:
     explicit NSBitmapImageRep(CairoSurface surface) : m_surface(std::move(surface)) {}
     std::shared_ptr<cairo_surface_t> m_surface;
+    std::shared_ptr<std::optional<NSSize>> m_size = std::make_shared<std::optional<NSSize>>();
 };

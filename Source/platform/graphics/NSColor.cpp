@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/graphics/CGColorSpace.h"
+#include "platform/graphics/CGPattern.h"
 #include "platform/graphics/NSGraphicsContext.h"
 
 namespace {
@@ -15,6 +17,16 @@ double Clamped(double component) {
 
 NSColor NSColor::colorWithDeviceRed(double red, double green, double blue, double alpha) {
     return NSColor(Clamped(red), Clamped(green), Clamped(blue), Clamped(alpha));
+}
+
+NSColor NSColor::colorWithCalibratedWhite(double white, double alpha) {
+    return colorWithDeviceWhite(GenericGrayToSRGB(white), alpha);
+}
+
+NSColor NSColor::colorWithPattern(std::shared_ptr<const CGPattern> pattern, double alpha) {
+    NSColor color(0, 0, 0, Clamped(alpha));
+    color.m_pattern = std::move(pattern);
+    return color;
 }
 
 void NSColor::set() const {
@@ -33,5 +45,11 @@ void NSColor::setStroke() const {
 }
 
 void NSColor::setSourceOn(cairo_t* cairo) const {
+    if (m_pattern) {
+        cairo_matrix_t identity;
+        cairo_matrix_init_identity(&identity);
+        SetPatternSource(cairo, *this, identity);
+        return;
+    }
     cairo_set_source_rgba(cairo, m_red, m_green, m_blue, m_alpha);
 }

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <memory>
+
 #include <cairo.h>
+
+class CGPattern;
 
 /// A colour as device RGB components with alpha, each 0 to 1, not premultiplied. The
 /// calibrated, device and sRGB spaces of the desktop all land here: lxkit draws into
@@ -17,9 +21,15 @@ public:
     static NSColor colorWithDeviceWhite(double white, double alpha) {
         return colorWithDeviceRed(white, white, white, alpha);
     }
-    static NSColor colorWithCalibratedWhite(double white, double alpha) {
-        return colorWithDeviceWhite(white, alpha);
+    /// Grey in the generic grey space (gamma 2.2), converted to device RGB through Little
+    /// CMS, since that space's 0.8 is not the display's 0.8.
+    static NSColor colorWithCalibratedWhite(double white, double alpha);
+    static NSColor colorWithGenericGamma22White(double white, double alpha) {
+        return colorWithCalibratedWhite(white, alpha);
     }
+    /// A colour that paints with a pattern's cells (`CGColorCreateWithPattern`); `alpha`
+    /// scales the cells' own colours.
+    static NSColor colorWithPattern(std::shared_ptr<const CGPattern> pattern, double alpha);
 
     static NSColor clearColor() { return colorWithDeviceRed(0, 0, 0, 0); }
     static NSColor blackColor() { return colorWithDeviceWhite(0, 1); }
@@ -43,8 +53,12 @@ public:
     void set() const;
     void setFill() const;
     void setStroke() const;
-    /// Makes the colour the Cairo context's source.
+    /// Makes the colour the Cairo context's source. A pattern colour paints its cells
+    /// laid out in the context's current user space here; NSGraphicsContext lays them out
+    /// in its base space instead.
     void setSourceOn(cairo_t* cairo) const;
+    /// The pattern of a pattern colour, else null.
+    const std::shared_ptr<const CGPattern>& pattern() const { return m_pattern; }
 
     friend bool operator==(const NSColor&, const NSColor&) = default;
 
@@ -56,4 +70,5 @@ private:
     double m_green;
     double m_blue;
     double m_alpha;
+    std::shared_ptr<const CGPattern> m_pattern;
 };

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <cairo.h>
@@ -8,6 +10,7 @@
 #include "platform/core/NSGeometry.h"
 #include "platform/graphics/CairoHandles.h"
 #include "platform/graphics/NSColor.h"
+#include "platform/graphics/NSShadow.h"
 
 class NSBitmapImageRep;
 
@@ -17,7 +20,7 @@ enum class NSImageInterpolation : int { Default = 0, None = 1, Low = 2, High = 3
 /// does not hold itself (separate fill and stroke colours, image interpolation). Each
 /// thread has its own current context and its own stack of saved ones, so drawing on one
 /// thread never changes where another thread draws.
-class NSGraphicsContext {
+class NSGraphicsContext : public std::enable_shared_from_this<NSGraphicsContext> {
 public:
     /// A context that draws into the bitmap, with the origin at the bottom-left corner, y
     /// growing upwards, and `pointSize` mapped exactly onto the bitmap's pixels.
@@ -29,6 +32,9 @@ public:
     /// A context over a Cairo context that someone else made (`graphicsContextWithGraphicsPort:`);
     /// its transform at this moment is taken as the base space.
     static std::shared_ptr<NSGraphicsContext> graphicsContextWithCairo(cairo_t* cairo);
+    /// The context a CoreGraphics-style context is (`graphicsContextWithGraphicsPort:flipped:`);
+    /// null for a flipped one, which lxkit never needs.
+    static std::shared_ptr<NSGraphicsContext> graphicsContextWithGraphicsPort(NSGraphicsContext* port, bool flipped);
 
     /// The calling thread's current context, or null when it has none.
     static NSGraphicsContext* currentContext();
@@ -65,12 +71,45 @@ public:
     /// Makes sure that what was drawn has reached the destination's pixels.
     void flushGraphics();
 
+    /// The shadow that drawing casts from now on (`[NSShadow set]`,
+    /// `CGContextSetShadowWithColor`); nothing draws without one. Its offset and blur are
+    /// in the user space in effect when the drawing happens.
+    const std::optional<NSShadow>& shadow() const { return m_state.shadow; }
+    void setShadow(std::optional<NSShadow> shadow) { m_state.shadow = std::move(shadow); }
+
+    /// Intersects the clip with a mask in device space: an A8 surface as large as the
+    /// destination, 255 where drawing shows fully, 0 where it is clipped away.
+    void clipToDeviceMask(CairoSurface mask);
+    /// Drops the shadow and the mask clip from the current state (until it is restored).
+    void clearDrawingEffects() {
+        m_state.shadow.reset();
+        m_state.mask.reset();
+    }
+    /// The current mask clip, or null when only Cairo's own clip applies.
+    cairo_surface_t* deviceMask() const { return m_state.mask.get(); }
+
+    /// Sets the fill (or stroke) colour of the graphics state as the Cairo source; a
+    /// pattern colour becomes a repeating surface laid out in the base space.
+    void setFillSource(cairo_t* cairo) const { setColorSource(cairo, m_state.fillColor); }
+    void setStrokeSource(cairo_t* cairo) const { setColorSource(cairo, m_state.strokeColor); }
+    void setColorSource(cairo_t* cairo, const NSColor& color) const;
+
+    /// Every drawing operation of the layer goes through here: `draw` puts its marks on
+    /// the Cairo context it is given, and this applies what Cairo cannot do alone, the
+    /// shadow of the graphics state and the mask clip. `draw` may run on a scratch
+    /// context with the same transform, source state and operator.
+    void performDrawing(const std::function<void(cairo_t*)>& draw);
+
 private:
     struct State {
         NSColor fillColor = NSColor::blackColor();
         NSColor strokeColor = NSColor::blackColor();
         NSImageInterpolation interpolation = NSImageInterpolation::Default;
+        std::optional<NSShadow> shadow;
+        std::shared_ptr<cairo_surface_t> mask;
     };
+
+    void drawWithShadow(const NSShadow& shadow, const std::function<void(cairo_t*)>& draw);
 
     explicit NSGraphicsContext(CairoContext cairo);
 

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include <cairo.h>
 
 #include "platform/core/NSData.h"
 #include "platform/core/NSGeometry.h"
+#include "platform/graphics/CGImage.h"
 #include "platform/graphics/NSBitmapImageRep.h"
+
+class NSGraphicsContext;
 
 /// The desktop's compositing operations, with its numbering. Each maps to the Cairo
 /// operator of the same Porter-Duff or blend formula; PlusDarker, which Cairo lacks, is
@@ -46,9 +51,10 @@ enum class NSCompositingOperation : int {
 /// The Cairo operator that performs the operation.
 cairo_operator_t CairoOperatorForCompositingOperation(NSCompositingOperation operation);
 
-/// An image with a size in points over one bitmap, one pixel per point: a point size
-/// with fractions gets the bitmap of the nearest whole pixel size, and drawing maps the
-/// point size onto it exactly.
+/// An image with a size in points over one or more bitmaps (representations), or over a
+/// drawing handler that draws it on demand. A canvas made with a point size gets one
+/// bitmap of the nearest whole pixel size, and drawing maps the point size onto it
+/// exactly. Drawing picks the representation whose pixels best fit the destination.
 class NSImage {
 public:
     /// A new, fully transparent canvas (`initWithSize:`); null when the size has no
@@ -58,11 +64,38 @@ public:
     static std::shared_ptr<NSImage> imageWithBitmap(NSBitmapImageRep bitmap, NSSize size);
     /// An image over a bitmap at one point per pixel.
     static std::shared_ptr<NSImage> imageWithBitmap(NSBitmapImageRep bitmap);
+    /// An image over several bitmaps of the same picture at different pixel densities,
+    /// shown at `size` points; null when there are none.
+    static std::shared_ptr<NSImage> imageWithRepresentations(std::vector<NSBitmapImageRep> bitmaps, NSSize size);
+    /// Draws the user space (0, 0, size) of the current context when asked; the
+    /// handler's result says whether it drew (`imageWithSize:flipped:drawingHandler:`).
+    using DrawingHandler = std::function<bool(NSRect)>;
+    static std::shared_ptr<NSImage> imageWithSize(NSSize size, bool flipped, DrawingHandler handler);
 
+    /// A new image over the same representations (they are immutable once drawn), with
+    /// the same size and template flag.
+    std::shared_ptr<NSImage> copy() const;
+
+    /// The bitmaps, in order; empty for an image drawn by a handler.
+    const std::vector<NSBitmapImageRep>& representations() const { return m_handler ? kNoRepresentations : m_reps; }
+    bool hasDrawingHandler() const { return bool(m_handler); }
+    void addRepresentation(NSBitmapImageRep bitmap);
+
+    /// A template image is drawn through its alpha alone by the interface code.
+    bool isTemplate() const { return m_template; }
+    void setTemplate(bool isTemplate) { m_template = isTemplate; }
+
+    /// A bitmap image of the picture (`CGImageForProposedRect:context:hints:`): the
+    /// largest representation, or, for a handler image, the handler drawn at the
+    /// context's pixel density (one pixel a point without a context). `proposedRect`
+    /// is left as it is. Null when nothing can be drawn.
+    CGImageRef CGImageForProposedRect(NSRect* proposedRect, const NSGraphicsContext* context) const;
     NSSize size() const { return m_size; }
     /// Changes the size at which the image is shown and drawn into; the pixels stay.
     void setSize(NSSize size) { m_size = size; }
-    const NSBitmapImageRep& bitmap() const { return m_bitmap; }
+    /// The first representation; for a handler image, the handler drawn at one pixel a
+    /// point (at least one pixel each way).
+    const NSBitmapImageRep& bitmap() const;
 
     /// Makes the image the calling thread's current drawing destination, with the
     /// origin at the bottom-left corner and y growing upwards in points; `unlockFocus`
@@ -78,7 +111,16 @@ public:
     void drawInRect(NSRect rect, NSRect fromRect, NSCompositingOperation operation, double fraction) const;
 
 private:
-    NSImage(NSBitmapImageRep bitmap, NSSize size) : m_bitmap(std::move(bitmap)), m_size(size) {}
-    NSBitmapImageRep m_bitmap;
+    NSImage(std::vector<NSBitmapImageRep> bitmaps, NSSize size) : m_reps(std::move(bitmaps)), m_size(size) {}
+    const NSBitmapImageRep& representationForDestination(NSRect rect, const NSGraphicsContext& context) const;
+    std::optional<NSBitmapImageRep> renderHandler(double scale) const;
+    void drawHandlerInRect(NSRect rect, NSRect fromRect, NSCompositingOperation operation, double fraction) const;
+
+    static inline const std::vector<NSBitmapImageRep> kNoRepresentations{};
+    // For a handler image: the handler's bitmap at one pixel a point, made on demand.
+    mutable std::vector<NSBitmapImageRep> m_reps;
     NSSize m_size;
+    DrawingHandler m_handler;
+    bool m_flipped = false;
+    bool m_template = false;
 };
