@@ -20,6 +20,7 @@ const char* const kFrameOptionsUsage =
     "  -c, --chapters          one frame at the start of every chapter instead\n"
     "  -o, --output FOLDER     where the PNG files go (default ./frames)\n"
     "  -q, --quiet             no progress bar\n"
+    "      --sheet FILE.png    also lay the frames out as a contact sheet in FILE.png\n"
     "      --service PATH      the lxframed to start (default: the one beside lxframes)\n"
     "      --address ADDRESS   use an lxframed listening on ADDRESS instead of starting one\n";
 
@@ -115,6 +116,11 @@ ErrorOr<FrameOptions> ParseFrameOptions(int argc, char** argv) {
             if (text.isError())
                 return text.error();
             options.outputFolder = text.value();
+        } else if (is(nullptr, "--sheet")) {
+            auto text = value("a PNG file");
+            if (text.isError())
+                return text.error();
+            options.sheetPath = text.value();
         } else if (is(nullptr, "--service")) {
             auto text = value("a path");
             if (text.isError())

@@ -20,6 +20,8 @@ struct FrameOptions {
     bool requireAll = false;
     bool chapters = false;
     std::string outputFolder = "frames";
+    /// Where to write a contact sheet of the frames, if anywhere.
+    std::string sheetPath;
     std::string servicePath;
     std::string address;
     bool quiet = false;

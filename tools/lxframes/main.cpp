@@ -16,6 +16,7 @@
 #include <unistd.h>
 #include <variant>
 
+#include "ContactSheet.h"
 #include "FrameOptions.h"
 #include "client/LXFrameServiceClient.h"
 #include "movie/QTMovie+LXMovie.h"
@@ -183,6 +184,7 @@ int main(int argc, char** argv) {
     int written = 0;
     int missing = 0;
     std::optional<bool> completed;
+    std::vector<ContactSheetFrame> sheetFrames;
     while (!completed) {
         if (g_interrupted) {
             client.value()->cancelRequest();
@@ -220,6 +222,10 @@ int main(int argc, char** argv) {
             if (!writeFile(folder / name, *data->data()))
                 return fail("cannot write " + (folder / name).string() + ": " + std::strerror(errno));
             ++written;
+            if (!options.sheetPath.empty()) {
+                const PropertyValue* time = PropertyValueForKey(*entry, LXVideoFrameKey::time);
+                sheetFrames.push_back({*data->data(), time && time->string() ? *time->string() : std::string()});
+            }
         } else {
             ++missing;
         }
@@ -230,6 +236,14 @@ int main(int argc, char** argv) {
         std::fputc('\n', stderr);
     std::printf("wrote %d PNG frame%s to %s\n", written, written == 1 ? "" : "s",
                 std::filesystem::absolute(folder).c_str());
+    if (!options.sheetPath.empty()) {
+        std::optional<NSData> sheet = MakeContactSheet(sheetFrames);
+        if (!sheet)
+            return fail("no frames to lay out on a contact sheet");
+        if (!writeFile(options.sheetPath, *sheet))
+            return fail("cannot write " + options.sheetPath + ": " + std::strerror(errno));
+        std::printf("wrote the contact sheet %s\n", std::filesystem::absolute(options.sheetPath).c_str());
+    }
     if (missing > 0)
         std::fprintf(stderr, "lxframes: %d frame%s could not be made\n", missing, missing == 1 ? "" : "s");
     if (!*completed)
