@@ -159,6 +159,77 @@ std::optional<IsoTrackHeader> ReadTrackHeader(std::span<const uint8_t> payload) 
     return IsoTrackHeader{*trackID, *versionAndFlags & 0xFFFFFFu};
 }
 
+std::optional<uint32_t> ReadHandlerType(std::span<const uint8_t> payload) {
+    IsoCursor cursor(payload);
+    if (!cursor.skip(8))
+        return std::nullopt;
+    return cursor.u32();
+}
+
+namespace {
+
+/// 'mdhd' versions 0 and 1: time scale, duration, language.
+void ReadMediaHeader(std::span<const uint8_t> payload, IsoTrackMedia& media) {
+    IsoCursor cursor(payload);
+    auto version = cursor.u8();
+    if (!version || *version > 1 || !cursor.skip(3) || !cursor.skip(*version == 1 ? 16 : 8))
+        return;
+    auto timeScale = cursor.u32();
+    std::optional<uint64_t> duration;
+    if (*version == 1)
+        duration = cursor.u64();
+    else if (auto shortDuration = cursor.u32())
+        duration = *shortDuration;
+    if (!timeScale || !duration)
+        return;
+    media.timeScale = *timeScale;
+    // All ones means "unknown", as in fragmented files.
+    bool unknown = *version == 1 ? *duration == UINT64_MAX : *duration == 0xFFFFFFFFu;
+    media.duration = unknown ? 0 : *duration;
+}
+
+std::optional<uint32_t> ReadSampleCount(const IsoBoxReader& sampleTable) {
+    // 'stsz' and 'stz2' both carry the count after version, flags and four bytes of sizes.
+    for (auto type : {"stsz", "stz2"}) {
+        if (auto box = sampleTable.find(FourCC(type))) {
+            IsoCursor cursor(box->payload);
+            if (cursor.skip(8))
+                return cursor.u32();
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<IsoTrackMedia> ReadTrackMedia(const IsoBox& track) {
+    auto children = IsoBoxReader::childrenOf(track);
+    auto trackHeader = children.find(FourCC("tkhd"));
+    auto parsedHeader = trackHeader ? ReadTrackHeader(trackHeader->payload) : std::nullopt;
+    if (!parsedHeader)
+        return std::nullopt;
+    IsoTrackMedia media;
+    media.trackID = parsedHeader->trackID;
+    if (auto mediaBox = children.find(FourCC("mdia"))) {
+        auto mediaChildren = IsoBoxReader::childrenOf(*mediaBox);
+        if (auto handler = mediaChildren.find(FourCC("hdlr")))
+            media.handlerType = ReadHandlerType(handler->payload).value_or(0);
+        if (auto header = mediaChildren.find(FourCC("mdhd")))
+            ReadMediaHeader(header->payload, media);
+        if (auto sampleTable = mediaChildren.findPath({"minf", "stbl"}))
+            media.sampleCount = ReadSampleCount(IsoBoxReader::childrenOf(*sampleTable));
+    }
+    if (auto name = children.findPath({"udta", "name"})) {
+        // QuickTime stores the bare text; some writers add a terminating zero.
+        std::string text(name->payload.begin(), name->payload.end());
+        if (auto end = text.find('\0'); end != std::string::npos)
+            text.resize(end);
+        if (!text.empty())
+            media.name = text;
+    }
+    return media;
+}
+
 std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file) {
     auto movieBox = IsoBoxReader(file).find(FourCC("moov"));
     if (!movieBox)
@@ -173,6 +244,8 @@ std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file
             if (auto parsed = ReadTrackHeader(trackHeader->payload))
                 summary.tracks.push_back(*parsed);
         }
+        if (auto media = ReadTrackMedia(track))
+            summary.trackMedia.push_back(*media);
     }
     return summary;
 }

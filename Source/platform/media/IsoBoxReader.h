@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -92,14 +93,32 @@ struct IsoTrackHeader {
     bool isEnabled() const { return flags & 0x1; }
 };
 
+/// What a track's media boxes say: the handler type ('mdia'/'hdlr'), the media's own
+/// time scale and duration ('mdhd'), the sample count of the index ('stsz' or 'stz2')
+/// and the track's name ('udta'/'name', as QuickTime names tracks).
+struct IsoTrackMedia {
+    uint32_t trackID = 0;
+    uint32_t handlerType = 0;
+    uint32_t timeScale = 0;
+    uint64_t duration = 0;
+    std::optional<uint32_t> sampleCount;
+    std::optional<std::string> name;
+};
+
 std::optional<IsoMovieHeader> ReadMovieHeader(std::span<const uint8_t> payload);
 std::optional<IsoTrackHeader> ReadTrackHeader(std::span<const uint8_t> payload);
+/// The media facts of one 'trak' box; nothing without a track header.
+std::optional<IsoTrackMedia> ReadTrackMedia(const IsoBox& track);
+
+/// The handler type of a 'hdlr' payload (version and flags, pre-defined, then the type).
+std::optional<uint32_t> ReadHandlerType(std::span<const uint8_t> payload);
 
 /// The movie-level facts of an ISO base media or QuickTime file: its header and its
 /// tracks' headers in file order. Nothing when the bytes hold no 'moov' box.
 struct IsoMovieSummary {
     std::optional<IsoMovieHeader> header;
     std::vector<IsoTrackHeader> tracks;
+    std::vector<IsoTrackMedia> trackMedia; ///< in file order, like `tracks`
     IsoBox movieBox; ///< the 'moov' box, for readers of further boxes ('udta', 'meta')
 };
 

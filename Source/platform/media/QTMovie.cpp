@@ -1,5 +1,6 @@
 #include "platform/media/QTMovie.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
@@ -9,7 +10,10 @@ extern "C" {
 
 #include "platform/graphics/PixelLimits.h"
 #include "platform/media/IsoBoxReader.h"
+#include "platform/media/LanguageCodes.h"
+#include "platform/media/MetadataReader.h"
 #include "platform/media/MovieDecoder.h"
+#include "platform/media/TrackFormat.h"
 
 namespace {
 
@@ -75,6 +79,206 @@ int CompareTimes(int64_t a, int64_t aScale, int64_t b, int64_t bScale) {
     return left < right ? -1 : left > right ? 1 : 0;
 }
 
+/// Counts the samples of every stream in one pass over the movie, for containers that
+/// keep no index; made on the first question about any of its streams.
+class SampleCounter {
+public:
+    explicit SampleCounter(NSData data) : m_data(std::move(data)) {}
+
+    QTMediaTiming timingOfStream(unsigned index) {
+        if (!m_counted)
+            count();
+        return index < m_timings.size() ? m_timings[index] : QTMediaTiming{};
+    }
+
+private:
+    void count() {
+        m_counted = true;
+        auto opened = MemoryInput::open(m_data);
+        if (opened.isError())
+            return;
+        auto input = opened.releaseValue();
+        AVFormatContext* format = input->format();
+        struct Span {
+            int64_t count = 0;
+            int64_t first = INT64_MAX;
+            int64_t end = INT64_MIN;
+        };
+        std::vector<Span> spans(format->nb_streams);
+        PacketHandle packet(av_packet_alloc());
+        if (!packet)
+            return;
+        input->setDeadline(std::chrono::seconds(30));
+        while (av_read_frame(format, packet.get()) >= 0) {
+            if (packet->stream_index >= 0 && unsigned(packet->stream_index) < spans.size()) {
+                Span& span = spans[size_t(packet->stream_index)];
+                ++span.count;
+                int64_t time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+                if (time != AV_NOPTS_VALUE) {
+                    span.first = std::min(span.first, time);
+                    span.end = std::max(span.end, time + std::max<int64_t>(packet->duration, 0));
+                }
+            }
+            av_packet_unref(packet.get());
+        }
+        for (unsigned i = 0; i < format->nb_streams; ++i) {
+            QTMediaTiming timing;
+            const Span& span = spans[i];
+            if (span.count > 0)
+                timing.sampleCount = span.count;
+            AVRational base = format->streams[i]->time_base;
+            if (span.end > span.first && base.num > 0 && base.den > 0)
+                timing.duration = QTMakeTime((span.end - span.first) * base.num, base.den);
+            m_timings.push_back(timing);
+        }
+    }
+
+    NSData m_data;
+    bool m_counted = false;
+    std::vector<QTMediaTiming> m_timings;
+};
+
+std::string MediaTypeOfStream(const AVStream& stream, const IsoTrackMedia* isoMedia) {
+    if (stream.disposition & AV_DISPOSITION_ATTACHED_PIC)
+        return {};
+    if (isoMedia && isoMedia->handlerType) {
+        std::string type;
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            char c = char(isoMedia->handlerType >> shift);
+            if (c < 0x20 || c > 0x7E)
+                return {};
+            type.push_back(c);
+        }
+        return type;
+    }
+    switch (stream.codecpar->codec_type) {
+    case AVMEDIA_TYPE_VIDEO:
+        return std::string(QTMediaTypeVideo);
+    case AVMEDIA_TYPE_AUDIO:
+        return std::string(QTMediaTypeSound);
+    case AVMEDIA_TYPE_SUBTITLE:
+        return std::string(QTMediaTypeSubtitle);
+    case AVMEDIA_TYPE_DATA:
+        if (stream.codecpar->codec_tag == MKTAG('t', 'm', 'c', 'd'))
+            return std::string(QTMediaTypeTimeCode);
+        return {};
+    default:
+        return {};
+    }
+}
+
+std::optional<std::string> StreamTag(const AVStream& stream, const char* key) {
+    const AVDictionaryEntry* entry = av_dict_get(stream.metadata, key, nullptr, 0);
+    if (!entry || !entry->value || !*entry->value)
+        return std::nullopt;
+    return std::string(entry->value);
+}
+
+std::shared_ptr<QTTrack> MakeTrack(const AVStream& stream, const IsoTrackMedia* isoMedia, const IsoMovieSummary* iso,
+                                   const std::shared_ptr<SampleCounter>& counter, MovieDecoder& decoder) {
+    MovieDecoder::Stream facts;
+    std::vector<std::string> characteristics;
+    std::optional<NSRect> bounds;
+    std::string mediaType = MediaTypeOfStream(stream, isoMedia);
+    bool isPicture = stream.disposition & AV_DISPOSITION_ATTACHED_PIC;
+    if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !isPicture) {
+        facts.isVideo = true;
+        facts.streamIndex = stream.index;
+        facts.rotation = DisplayRotation(&stream);
+        characteristics = {std::string(QTMediaCharacteristicVisual), std::string(QTMediaCharacteristicCanSendVideo)};
+        // A track of one picture shows a still, not a moving picture with a rate.
+        std::optional<int64_t> knownCount;
+        if (isoMedia && isoMedia->sampleCount && *isoMedia->sampleCount > 0)
+            knownCount = *isoMedia->sampleCount;
+        else if (stream.nb_frames > 0)
+            knownCount = stream.nb_frames;
+        if (knownCount != 1)
+            characteristics.emplace_back(QTMediaCharacteristicHasVideoFrameRate);
+        NSSize size = DisplaySize(&stream, facts.rotation);
+        bounds = NSMakeRect(0, 0, size.width, size.height);
+    } else if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+        characteristics = {std::string(QTMediaCharacteristicAudio)};
+    }
+    decoder.streams.push_back(facts);
+
+    QTMedia media(std::move(characteristics), mediaType);
+    if (isoMedia && isoMedia->timeScale > 0 && isoMedia->duration > 0 && isoMedia->duration <= uint64_t(INT64_MAX))
+        media.setDuration(QTMakeTime(int64_t(isoMedia->duration), isoMedia->timeScale));
+    else if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0 && stream.time_base.num > 0)
+        media.setDuration(QTMakeTime(stream.duration * stream.time_base.num, stream.time_base.den));
+    if (isoMedia && isoMedia->sampleCount && *isoMedia->sampleCount > 0)
+        media.setSampleCount(*isoMedia->sampleCount);
+    else if (!iso && stream.nb_frames > 0)
+        media.setSampleCount(stream.nb_frames);
+    unsigned index = unsigned(stream.index);
+    media.setTimingSource([counter, index] { return counter->timingOfStream(index); });
+
+    bool enabled = true;
+    if (iso) {
+        for (const auto& header : iso->tracks) {
+            if (int64_t(header.trackID) == int64_t(stream.id)) {
+                enabled = header.isEnabled();
+                break;
+            }
+        }
+    }
+    auto track = std::make_shared<QTTrack>(std::move(media), enabled, bounds, int64_t(stream.id));
+    if (!isPicture)
+        track->setFormatSummary(TrackFormatSummary(*stream.codecpar));
+    std::optional<std::string> name = isoMedia ? isoMedia->name : StreamTag(stream, "title");
+    track->setDisplayName(name ? name : GenericTrackName(mediaType));
+    if (auto language = StreamTag(stream, "language"))
+        track->setLanguageCode(ClassicLanguageCodeForISO639(*language));
+    return track;
+}
+
+/// An MPEG-1 or MPEG-2 program stream interleaves its pictures and sound in one
+/// stream of packs; QuickTime shows it as one muxed track, and so does this layer.
+std::shared_ptr<QTTrack> MakeMuxedTrack(const AVFormatContext& format, MovieDecoder& decoder) {
+    const AVStream* video = nullptr;
+    const AVStream* audio = nullptr;
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        const AVStream* stream = format.streams[i];
+        if (!video && stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+            !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC))
+            video = stream;
+        if (!audio && stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            audio = stream;
+    }
+    MovieDecoder::Stream facts;
+    std::vector<std::string> characteristics;
+    std::optional<NSRect> bounds;
+    std::vector<std::string> summaries;
+    if (video) {
+        facts.isVideo = true;
+        facts.streamIndex = video->index;
+        facts.rotation = DisplayRotation(video);
+        characteristics = {std::string(QTMediaCharacteristicVisual), std::string(QTMediaCharacteristicCanSendVideo)};
+        NSSize size = DisplaySize(video, facts.rotation);
+        bounds = NSMakeRect(0, 0, size.width, size.height);
+        if (auto summary = TrackFormatSummary(*video->codecpar))
+            summaries.push_back(*summary);
+    }
+    if (audio) {
+        characteristics.emplace_back(QTMediaCharacteristicAudio);
+        if (auto summary = TrackFormatSummary(*audio->codecpar))
+            summaries.push_back(*summary);
+    }
+    decoder.streams.push_back(facts);
+    QTMedia media(std::move(characteristics), std::string(QTMediaTypeMPEG));
+    if (format.duration != AV_NOPTS_VALUE && format.duration > 0)
+        media.setDuration(QTMakeTime(av_rescale(format.duration, 90000, AV_TIME_BASE), 90000));
+    auto track = std::make_shared<QTTrack>(std::move(media), true, bounds, 1);
+    if (!summaries.empty()) {
+        std::string joined = summaries[0];
+        for (size_t i = 1; i < summaries.size(); ++i)
+            joined += ", " + summaries[i];
+        track->setFormatSummary(joined);
+    }
+    track->setDisplayName(GenericTrackName(QTMediaTypeMPEG));
+    return track;
+}
+
 } // namespace
 
 QTMovie::QTMovie() = default;
@@ -115,36 +319,29 @@ ErrorOr<std::shared_ptr<QTMovie>> QTMovie::movieWithData(const NSData& data) {
         movie->m_chapters.push_back({QTMakeTime(start, movie->m_timeScale), title ? title->value : ""});
     }
 
+    if (iso && iso->header && iso->header->posterTime)
+        movie->m_posterTime = QTMakeTime(*iso->header->posterTime, movie->m_timeScale);
+    else if (!iso)
+        movie->m_posterTime = QTMakeTime(0, movie->m_timeScale);
+    movie->m_metadata = iso ? ReadIsoMetadata(iso->movieBox) : MetadataFromTags(format->metadata);
+
     std::vector<std::shared_ptr<QTTrack>> tracks;
-    for (unsigned i = 0; i < format->nb_streams; ++i) {
-        const AVStream* stream = format->streams[i];
-        MovieDecoder::Stream facts;
-        std::vector<std::string> characteristics;
-        std::optional<NSRect> bounds;
-        bool isPicture = stream->disposition & AV_DISPOSITION_ATTACHED_PIC;
-        if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !isPicture) {
-            facts.isVideo = true;
-            facts.rotation = DisplayRotation(stream);
-            characteristics = {std::string(QTMediaCharacteristicVisual),
-                               std::string(QTMediaCharacteristicCanSendVideo),
-                               std::string(QTMediaCharacteristicHasVideoFrameRate)};
-            NSSize size = DisplaySize(stream, facts.rotation);
-            bounds = NSMakeRect(0, 0, size.width, size.height);
-        } else if (stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-            characteristics = {std::string(QTMediaCharacteristicAudio)};
-        }
-        bool enabled = true;
-        if (iso) {
-            for (const auto& header : iso->tracks) {
-                if (int64_t(header.trackID) == int64_t(stream->id)) {
-                    enabled = header.isEnabled();
-                    break;
+    if (std::string_view(format->iformat->name) == "mpeg") {
+        tracks.push_back(MakeMuxedTrack(*format, *decoder));
+    } else {
+        auto counter = std::make_shared<SampleCounter>(data);
+        for (unsigned i = 0; i < format->nb_streams; ++i) {
+            const IsoTrackMedia* isoMedia = nullptr;
+            if (iso) {
+                for (const auto& media : iso->trackMedia) {
+                    if (int64_t(media.trackID) == int64_t(format->streams[i]->id)) {
+                        isoMedia = &media;
+                        break;
+                    }
                 }
             }
+            tracks.push_back(MakeTrack(*format->streams[i], isoMedia, iso ? &*iso : nullptr, counter, *decoder));
         }
-        decoder->streams.push_back(facts);
-        tracks.push_back(
-            std::make_shared<QTTrack>(QTMedia(std::move(characteristics)), enabled, bounds, int64_t(stream->id)));
     }
     movie->m_decoder = std::move(decoder);
     movie->adoptTracks(std::move(tracks));
@@ -176,6 +373,44 @@ void QTMovie::adoptTracks(std::vector<std::shared_ptr<QTTrack>> tracks) {
 }
 
 int64_t QTMovie::timeScale() const { return m_timeScale; }
+
+std::vector<std::shared_ptr<QTTrack>> QTMovie::tracksOfMediaType(std::string_view mediaType) const {
+    std::vector<std::shared_ptr<QTTrack>> result;
+    for (const auto& track : m_tracks) {
+        if (track->media().mediaType() == mediaType)
+            result.push_back(track);
+    }
+    return result;
+}
+
+bool QTMovie::hasDuration() const { return m_duration.timeValue > 0; }
+std::optional<QTTime> QTMovie::posterTime() const { return m_posterTime; }
+void QTMovie::setPosterTime(std::optional<QTTime> time) { m_posterTime = time; }
+
+std::vector<std::string> QTMovie::availableMetadataFormats() const {
+    std::vector<std::string> formats;
+    for (const auto& list : m_metadata)
+        formats.push_back(list.format);
+    return formats;
+}
+
+std::vector<QTMetadataItem> QTMovie::metadataForFormat(std::string_view format) const {
+    for (const auto& list : m_metadata) {
+        if (list.format == format)
+            return list.items;
+    }
+    return {};
+}
+
+void QTMovie::setMetadataForFormat(std::string format, std::vector<QTMetadataItem> items) {
+    for (auto& list : m_metadata) {
+        if (list.format == format) {
+            list.items = std::move(items);
+            return;
+        }
+    }
+    m_metadata.push_back({std::move(format), std::move(items)});
+}
 QTTime QTMovie::duration() const { return m_duration; }
 std::vector<QTMovieChapter> QTMovie::chapters() const { return m_chapters; }
 const std::vector<std::shared_ptr<QTTrack>>& QTMovie::tracks() const { return m_tracks; }
@@ -208,14 +443,16 @@ ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time, const Q
     if (!m_decoder)
         return makeError("the movie has no video samples");
 
+    int trackIndex = -1;
     int streamIndex = -1;
     for (size_t i = 0; i < m_tracks.size() && i < m_decoder->streams.size(); ++i) {
         if (m_decoder->streams[i].isVideo && m_tracks[i]->isEnabled()) {
-            streamIndex = int(i);
+            trackIndex = int(i);
+            streamIndex = m_decoder->streams[i].streamIndex;
             break;
         }
     }
-    if (streamIndex < 0)
+    if (trackIndex < 0 || streamIndex < 0)
         return makeError("the movie has no enabled video track");
 
     if (!m_decoder->grabber || m_decoder->grabber->streamIndex() != streamIndex) {
@@ -223,7 +460,7 @@ ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time, const Q
         AVStream* stream = m_decoder->input->format()->streams[streamIndex];
         int64_t offset = av_rescale_q(m_decoder->startOffset, AV_TIME_BASE_Q, stream->time_base);
         auto grabber = VideoFrameGrabber::create(*m_decoder->input, streamIndex, offset,
-                                                 m_decoder->streams[size_t(streamIndex)].rotation);
+                                                 m_decoder->streams[size_t(trackIndex)].rotation);
         if (grabber.isError())
             return grabber.error();
         m_decoder->grabber = grabber.releaseValue();

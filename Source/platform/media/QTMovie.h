@@ -11,6 +11,7 @@
 #include "platform/core/NSGeometry.h"
 #include "platform/core/QTTime.h"
 #include "platform/graphics/NSImage.h"
+#include "platform/media/QTMetadataItem.h"
 #include "platform/media/QTTrack.h"
 
 /// One entry of a movie's chapter list (`QTMovieChapterStartTime`, `QTMovieChapterName`).
@@ -51,6 +52,25 @@ public:
     std::vector<QTMovieChapter> chapters() const;
     /// All tracks in the container's order, enabled or not.
     const std::vector<std::shared_ptr<QTTrack>>& tracks() const;
+    /// The tracks of one media type (`QTMediaTypeVideo`…), in the movie's order. An
+    /// MPEG-1 or MPEG-2 program stream is one muxed track of type `QTMediaTypeMPEG`.
+    std::vector<std::shared_ptr<QTTrack>> tracksOfMediaType(std::string_view mediaType) const;
+
+    /// `QTMovieHasDurationAttribute`: whether the movie lasts any time at all.
+    bool hasDuration() const;
+    /// `QTMoviePosterTimeAttribute`: the poster frame's time from the movie header of
+    /// QuickTime and ISO base media files, the start for other containers; nothing when
+    /// the header holds none.
+    std::optional<QTTime> posterTime() const;
+    void setPosterTime(std::optional<QTTime> time);
+
+    /// The metadata formats the movie carries (`QTMetadataFormatQuickTimeUserData`…),
+    /// in the order they are listed.
+    std::vector<std::string> availableMetadataFormats() const;
+    /// The items of one format, in the movie's order; empty for a format it lacks.
+    std::vector<QTMetadataItem> metadataForFormat(std::string_view format) const;
+    /// Replaces the items of one format (for movies assembled in memory).
+    void setMetadataForFormat(std::string format, std::vector<QTMetadataItem> items);
 
     /// `QTMovieCurrentSizeAttribute`: the size at which the movie is displayed.
     NSSize currentSize() const;
@@ -77,6 +97,8 @@ private:
     QTTime m_duration;
     std::vector<QTMovieChapter> m_chapters;
     std::vector<std::shared_ptr<QTTrack>> m_tracks;
+    std::optional<QTTime> m_posterTime;
+    std::vector<QTMetadataList> m_metadata;
     NSSize m_currentSize;
     std::function<void(NSSize)> m_currentSizeObserver;
 };
