@@ -1,8 +1,7 @@
-#include "movie/NSDate+LXDate.h"
-
 #include <cmath>
 #include <cstring>
 
+#include "movie/NSDate+LXDate.h"
 #include "platform/core/NSStringReading.h"
 #include "platform/text/DateFormatting.h"
 #include "platform/text/UnicodeText.h"
@@ -38,7 +37,8 @@ std::optional<NSDate> dateWithUTCDateTime(::UTCDateTime record) {
 }
 
 ::UTCDateTime UTCDateTime(NSDate date) {
-    double ticks = (date.timeIntervalSinceReferenceDate - dateForJan1904().timeIntervalSinceReferenceDate) * 65536.0;
+    double ticks =
+        (date.timeIntervalSinceReferenceDate - dateForJan1904().timeIntervalSinceReferenceDate) * 65536.0;
     uint64_t value = 0;
     if (std::isnan(ticks) || std::isinf(ticks) || ticks >= 2 * kTwoTo63 || ticks <= -kTwoTo63)
         value = 0;

@@ -1,7 +1,6 @@
-#include "movie/QTMovie+LXMovieMetadata.h"
-
 #include "foundation/NSDictionary+LXDictionary.h"
 #include "movie/NSString+LXStringMovieTime.h"
+#include "movie/QTMovie+LXMovieMetadata.h"
 #include "movie/QTMovie+LXMovieSummaries.h"
 #include "movie/QTMovie+LXMovieTracks.h"
 #include "platform/text/Localization.h"
@@ -44,13 +43,14 @@ const PropertyDictionary& MetadataAliasTable() {
              Aliases({QTMetadataQuickTimeUserDataKeyFullName, "\u00A9nam"})},
             {std::string(QTMetadataQuickTimeMetadataKeyLocationISO6709),
              Aliases({QTMetadataQuickTimeUserDataKeyLocationISO6709, "\u00A9xyz"})},
-            {std::string(QTMetadataQuickTimeMetadataKeyMake), Aliases({QTMetadataQuickTimeUserDataKeyMake, "\u00A9mak"})},
+            {std::string(QTMetadataQuickTimeMetadataKeyMake),
+             Aliases({QTMetadataQuickTimeUserDataKeyMake, "\u00A9mak"})},
             {std::string(QTMetadataQuickTimeMetadataKeyModel),
              Aliases({QTMetadataQuickTimeUserDataKeyModel, "\u00A9mod"})},
             // The iTunes encoding tool counts as the software.
             {std::string(QTMetadataQuickTimeMetadataKeySoftware),
-             Aliases({QTMetadataQuickTimeUserDataKeySoftware, "\u00A9swr", QTMetadataiTunesMetadataKeyEncodingTool,
-                      "\u00A9too"})},
+             Aliases({QTMetadataQuickTimeUserDataKeySoftware, "\u00A9swr",
+                      QTMetadataiTunesMetadataKeyEncodingTool, "\u00A9too"})},
         };
     }
     return *g_aliasTable;
@@ -86,7 +86,8 @@ std::optional<PropertyDictionary> metadata(const QTMovie& movie) {
 
 } // namespace LXMovie
 
-void NormalizeMetadata(PropertyDictionary* dictionary, const PropertyValue& key, const PropertyArray& aliases) {
+void NormalizeMetadata(PropertyDictionary* dictionary, const PropertyValue& key,
+                       const PropertyArray& aliases) {
     if (!dictionary || !key.string() || aliases.empty())
         return;
     const PropertyValue* existing = PropertyValueForKey(*dictionary, *key.string());

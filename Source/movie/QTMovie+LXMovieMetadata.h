@@ -23,4 +23,5 @@ const PropertyDictionary& MetadataAliasTable();
 /// Folds the aliases into the canonical key: the canonical key's own value wins, else
 /// the first alias (in list order) that has one; every alias entry is removed either
 /// way. Does nothing without a dictionary, without a key (a string) or without aliases.
-void NormalizeMetadata(PropertyDictionary* dictionary, const PropertyValue& key, const PropertyArray& aliases);
+void NormalizeMetadata(PropertyDictionary* dictionary, const PropertyValue& key,
+                       const PropertyArray& aliases);

@@ -1,18 +1,17 @@
-#include "movie/QTMovie+LXMovieSummaries.h"
-
 #include <algorithm>
 #include <array>
 #include <optional>
 
 #include "movie/QTMovie+LXMovie.h"
+#include "movie/QTMovie+LXMovieSummaries.h"
 #include "movie/QTMovie+LXMovieTracks.h"
 #include "platform/text/Localization.h"
 #include "platform/text/StringWithFormat.h"
 
 namespace {
 
-constexpr std::array<std::string_view, 5> kListedMediaTypes = {QTMediaTypeVideo, QTMediaTypeMPEG, QTMediaTypeMuxed,
-                                                               QTMediaTypeSound, QTMediaTypeMusic};
+constexpr std::array<std::string_view, 5> kListedMediaTypes = {
+    QTMediaTypeVideo, QTMediaTypeMPEG, QTMediaTypeMuxed, QTMediaTypeSound, QTMediaTypeMusic};
 
 void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
     for (size_t position = text.find(from); position != std::string::npos;
@@ -80,9 +79,11 @@ std::string mainVideoTrackSummary(const QTMovie& movie) {
     if (text) {
         // A plain substring test: a summary that names the width already is left as is.
         if (text->find(StringWithFormat("%g", size.width)) == std::string::npos)
-            *text += StringWithFormat(", %g %s %g", size.width, std::string(kMultiplicationSign).c_str(), size.height);
+            *text += StringWithFormat(", %g %s %g", size.width, std::string(kMultiplicationSign).c_str(),
+                                      size.height);
     } else if (!NSEqualSizes(size, NSZeroSize)) {
-        text = StringWithFormat("%g %s %g", size.width, std::string(kMultiplicationSign).c_str(), size.height);
+        text =
+            StringWithFormat("%g %s %g", size.width, std::string(kMultiplicationSign).c_str(), size.height);
     }
 
     double fps = FPS(movie);

@@ -1,8 +1,8 @@
-#include "movie/QTMovie+LXMovieTracks.h"
-
 #include <algorithm>
 #include <climits>
 #include <cmath>
+
+#include "movie/QTMovie+LXMovieTracks.h"
 
 namespace {
 
@@ -15,9 +15,15 @@ std::shared_ptr<QTTrack> FirstTrackOfType(const QTMovie& movie, std::string_view
 
 namespace LXMovie {
 
-std::shared_ptr<QTTrack> mainVideoTrack(const QTMovie& movie) { return FirstTrackOfType(movie, QTMediaTypeVideo); }
-std::shared_ptr<QTTrack> mainAudioTrack(const QTMovie& movie) { return FirstTrackOfType(movie, QTMediaTypeSound); }
-std::shared_ptr<QTTrack> mainMPEGTrack(const QTMovie& movie) { return FirstTrackOfType(movie, QTMediaTypeMPEG); }
+std::shared_ptr<QTTrack> mainVideoTrack(const QTMovie& movie) {
+    return FirstTrackOfType(movie, QTMediaTypeVideo);
+}
+std::shared_ptr<QTTrack> mainAudioTrack(const QTMovie& movie) {
+    return FirstTrackOfType(movie, QTMediaTypeSound);
+}
+std::shared_ptr<QTTrack> mainMPEGTrack(const QTMovie& movie) {
+    return FirstTrackOfType(movie, QTMediaTypeMPEG);
+}
 
 double FPS(const QTMovie& movie) {
     double hundredths = 0.0;

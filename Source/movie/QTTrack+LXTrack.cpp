@@ -1,6 +1,6 @@
-#include "movie/QTTrack+LXTrack.h"
-
 #include <vector>
+
+#include "movie/QTTrack+LXTrack.h"
 
 namespace {
 
@@ -11,12 +11,13 @@ const std::vector<std::string>& LanguageNames() {
     if (!g_languageNames) {
         // Indexed by the classic code; 19 (traditional) and 33 (simplified) are both Chinese.
         g_languageNames = new std::vector<std::string>{
-            "English",   "French",   "German",     "Italian",  "Dutch",     "Swedish",  "Spanish",  "Danish",
-            "Portuguese", "Norwegian", "Hebrew",   "Japanese", "Arabic",    "Finnish",  "Greek",    "Icelandic",
-            "Maltese",   "Turkish",  "Croatian",   "Chinese",  "Urdu",      "Hindi",    "Thai",     "Korean",
-            "Lithuanian", "Polish",  "Hungarian",  "Estonian", "Latvian",   "Sami",     "Faroese",  "Persian",
-            "Russian",   "Chinese",  "Flemish",    "Irish",    "Albanian",  "Romanian", "Czech",    "Slovak",
-            "Slovenian", "Yiddish",  "Serbian",    "Macedonian", "Bulgarian", "Ukrainian"};
+            "English", "French",     "German",    "Italian",    "Dutch",    "Swedish",   "Spanish",
+            "Danish",  "Portuguese", "Norwegian", "Hebrew",     "Japanese", "Arabic",    "Finnish",
+            "Greek",   "Icelandic",  "Maltese",   "Turkish",    "Croatian", "Chinese",   "Urdu",
+            "Hindi",   "Thai",       "Korean",    "Lithuanian", "Polish",   "Hungarian", "Estonian",
+            "Latvian", "Sami",       "Faroese",   "Persian",    "Russian",  "Chinese",   "Flemish",
+            "Irish",   "Albanian",   "Romanian",  "Czech",      "Slovak",   "Slovenian", "Yiddish",
+            "Serbian", "Macedonian", "Bulgarian", "Ukrainian"};
     }
     return *g_languageNames;
 }

@@ -1,14 +1,13 @@
-#include "movie/NSDate+LXDate.h"
-
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include <gtest/gtest.h>
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
+
+#include "movie/NSDate+LXDate.h"
 
 namespace lxkit::test {
 namespace {
@@ -82,7 +81,8 @@ TEST(LXDate, ClassicRecordsBothWays) {
 
     // Whole seconds survive a round trip; the fraction does not.
     NSDate july14 = UTC(2009, 7, 14, 16, 30, 5);
-    EXPECT_EQ(LXDate::dateWithUTCDateTime(LXDate::UTCDateTime(NSDate{july14.timeIntervalSinceReferenceDate + 0.75})),
+    EXPECT_EQ(LXDate::dateWithUTCDateTime(
+                  LXDate::UTCDateTime(NSDate{july14.timeIntervalSinceReferenceDate + 0.75})),
               july14);
     // The record is one native-order number, not the three named fields.
     uint64_t seconds = uint64_t(july14.timeIntervalSinceReferenceDate - kJan1904);
@@ -101,11 +101,12 @@ TEST(LXDate, MetadataDateTextsReadInTheLocalZone) {
         UErrorCode status = U_ZERO_ERROR;
         int32_t raw = 0, dst = 0;
         NSDate utc = UTC(2009, 7, 14, 18, 30, 5);
-        local->getOffset((utc.timeIntervalSinceReferenceDate + NSTimeIntervalSince1970) * 1000.0, true, raw, dst,
-                         status);
+        local->getOffset((utc.timeIntervalSinceReferenceDate + NSTimeIntervalSince1970) * 1000.0, true, raw,
+                         dst, status);
         auto date = LXDate::dateWithMetadataDateString("2009:07:14 18:30:05");
         ASSERT_TRUE(date) << zone;
-        EXPECT_EQ(date->timeIntervalSinceReferenceDate, utc.timeIntervalSinceReferenceDate - (raw + dst) / 1000.0)
+        EXPECT_EQ(date->timeIntervalSinceReferenceDate,
+                  utc.timeIntervalSinceReferenceDate - (raw + dst) / 1000.0)
             << zone;
     }
     DateScope scope("Europe/Berlin", "en_US");

@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
+#include <gtest/gtest.h>
+
+#include "foundation/LanguageScope.h"
 #include "foundation/NSDictionary+LXDictionary.h"
 #include "movie/QTMovie+LXMovieMetadata.h"
 #include "movie/QTMovie+LXMovieSummaries.h"
@@ -61,9 +62,9 @@ TEST(LXMovieTiming, FPSFromSampleCountOverMediaDurationToHundredths) {
     const Case cases[] = {
         {300, QTMakeTime(6000, 600), 30.0},
         {300, QTMakeTime(60060, 6000), 29.97},
-        {7, QTMakeTime(1000, 100), 0.7000000000000001},    // 70 hundredths × 0.01, not ÷ 100
+        {7, QTMakeTime(1000, 100), 0.7000000000000001}, // 70 hundredths × 0.01, not ÷ 100
         {1004, QTMakeTime(100, 1), 10.040000000000001},
-        {300, QTMakeTime(0, 600), 0.0},                     // no length: no rate
+        {300, QTMakeTime(0, 600), 0.0}, // no length: no rate
     };
     for (const auto& c : cases) {
         auto movie = QTMovie::movieWithTracks({VideoTrack(c.samples, c.duration)}, QTMakeTime(6000, 600));
@@ -72,10 +73,10 @@ TEST(LXMovieTiming, FPSFromSampleCountOverMediaDurationToHundredths) {
 }
 
 TEST(LXMovieTiming, FPSTakesTheFirstVideoTrackWithARateAndALength) {
-    auto movie = QTMovie::movieWithTracks({VideoTrack(100, QTMakeTime(600, 600), false),
-                                           VideoTrack(100, QTMakeTime(0, 600)), VideoTrack(250, QTMakeTime(6000, 600)),
-                                           VideoTrack(50, QTMakeTime(600, 600))},
-                                          QTMakeTime(6000, 600));
+    auto movie = QTMovie::movieWithTracks(
+        {VideoTrack(100, QTMakeTime(600, 600), false), VideoTrack(100, QTMakeTime(0, 600)),
+         VideoTrack(250, QTMakeTime(6000, 600)), VideoTrack(50, QTMakeTime(600, 600))},
+        QTMakeTime(6000, 600));
     EXPECT_EQ(LXMovie::FPS(*movie), 25.0);
     EXPECT_EQ(LXMovie::frameLength(*movie), 24);
 }
@@ -98,13 +99,15 @@ TEST(LXMovieTiming, RealMoviesAgreeWithFFprobe) {
     };
     const Case cases[] = {
         {"mp4 at 25", makeMovie("lx-25.mp4", kSmall + "-t 2 " + kCodec), 25},
-        {"mov at 29.97", makeMovie("lx-2997.mov", "-f lavfi -i testsrc2=size=160x120:rate=30000/1001 -t 1 " + kCodec),
-         29.97},
-        {"mkv at 10", makeMovie("lx-10.mkv", "-f lavfi -i testsrc2=size=160x120:rate=10 -t 2 -c:v mpeg4"), 10},
+        {"mov at 29.97",
+         makeMovie("lx-2997.mov", "-f lavfi -i testsrc2=size=160x120:rate=30000/1001 -t 1 " + kCodec), 29.97},
+        {"mkv at 10", makeMovie("lx-10.mkv", "-f lavfi -i testsrc2=size=160x120:rate=10 -t 2 -c:v mpeg4"),
+         10},
         // The first video track is a single still: the rate comes from the second.
         {"still then 10 fps",
          makeMovie("lx-still-then-10.mp4", "-f lavfi -i color=red:size=160x120:rate=25:duration=0.04 "
-                                           "-f lavfi -i testsrc2=size=160x120:rate=10 -map 0 -map 1 -t 1 " + kCodec),
+                                           "-f lavfi -i testsrc2=size=160x120:rate=10 -map 0 -map 1 -t 1 " +
+                                               kCodec),
          10},
     };
     for (const auto& c : cases) {
@@ -120,7 +123,8 @@ TEST(LXMovieTiming, RealMoviesAgreeWithFFprobe) {
         double denominator = std::atof(rate.substr(rate.find('/') + 1).c_str());
         EXPECT_NEAR(LXMovie::FPS(*movie), std::round(numerator / denominator * 100) / 100, 1e-9) << c.name;
         std::string duration = commandOutput("ffprobe -v error -show_entries format=duration -of "
-                                             "default=nw=1:nk=1 '" + c.movie.string() + "'");
+                                             "default=nw=1:nk=1 '" +
+                                             c.movie.string() + "'");
         EXPECT_NEAR(QTGetTimeInterval(movie->duration()), std::atof(duration.c_str()), 0.05) << c.name;
     }
 }
@@ -128,8 +132,9 @@ TEST(LXMovieTiming, RealMoviesAgreeWithFFprobe) {
 TEST(LXMovieTiming, ChapterTimesAgreeWithFFprobe) {
     auto movie = Open(sampleMovie());
     ASSERT_TRUE(movie);
-    std::string starts = commandOutput("ffprobe -v error -show_entries chapter=start_time -of default=nw=1:nk=1 '" +
-                                       sampleMovie().string() + "'");
+    std::string starts =
+        commandOutput("ffprobe -v error -show_entries chapter=start_time -of default=nw=1:nk=1 '" +
+                      sampleMovie().string() + "'");
     std::vector<double> expected;
     for (size_t position = 0; position < starts.size();) {
         size_t end = starts.find('\n', position);
@@ -206,11 +211,9 @@ TEST(LXMovieSummaries, AVTracksSortsByTypeThenByOrderOfMaking) {
     });
     auto entries = LXMovie::AVTracks(*movie);
     using Entry = std::pair<std::string, int64_t>;
-    EXPECT_EQ(TypesAndSecondaryKeys(entries), (std::vector<Entry>{{"first video", 0},
-                                                                  {"second video", 3},
-                                                                  {"mpeg", 4},
-                                                                  {"Sound Track", 1},
-                                                                  {"music", 2}}));
+    EXPECT_EQ(TypesAndSecondaryKeys(entries),
+              (std::vector<Entry>{
+                  {"first video", 0}, {"second video", 3}, {"mpeg", 4}, {"Sound Track", 1}, {"music", 2}}));
     const auto& first = *entries[0].dictionary();
     EXPECT_EQ(*PropertyValueForKey(first, "type")->string(), "vide");
     EXPECT_EQ(PropertyValueForKey(first, "primarySortKey")->number()->kind(), NSNumber::Kind::UInt64);
@@ -218,14 +221,15 @@ TEST(LXMovieSummaries, AVTracksSortsByTypeThenByOrderOfMaking) {
 }
 
 TEST(LXMovieSummaries, AVTracksOfARealMovie) {
-    auto movie = Open(makeMovie("lx-vsv.mp4", kSmall + "-f lavfi -i sine -f lavfi -i testsrc2=size=64x48:rate=5 "
-                                                       "-map 0 -map 1 -map 2 -t 1 " + kCodec + "-c:a aac"));
+    auto movie = Open(makeMovie("lx-vsv.mp4", kSmall +
+                                                  "-f lavfi -i sine -f lavfi -i testsrc2=size=64x48:rate=5 "
+                                                  "-map 0 -map 1 -map 2 -t 1 " +
+                                                  kCodec + "-c:a aac"));
     ASSERT_TRUE(movie);
     using Entry = std::pair<std::string, int64_t>;
     EXPECT_EQ(TypesAndSecondaryKeys(LXMovie::AVTracks(*movie)),
-              (std::vector<Entry>{{"H.264, 160 \u00D7 120", 0},
-                                  {"H.264, 64 \u00D7 48", 2},
-                                  {"AAC, Mono, 44.100 kHz", 1}}));
+              (std::vector<Entry>{
+                  {"H.264, 160 \u00D7 120", 0}, {"H.264, 64 \u00D7 48", 2}, {"AAC, Mono, 44.100 kHz", 1}}));
 }
 
 TEST(LXMovieSummaries, VideoAndAudioLines) {
@@ -238,15 +242,21 @@ TEST(LXMovieSummaries, VideoAndAudioLines) {
     auto hd = VideoTrack(250, QTMakeTime(10, 1), true, "H.264, 1280 \u00D7 720");
     hd->setBounds(NSMakeRect(0, 0, 1280, 720));
     auto wmv = VideoTrack(300, QTMakeTime(60060, 6000), true, "Windows Media Video 9");
-    auto picture = std::make_shared<QTTrack>(QTMedia({std::string(QTMediaCharacteristicCanSendVideo)}, "clcp"), true,
-                                             NSMakeRect(0, 0, 640, 480));
+    auto picture = std::make_shared<QTTrack>(
+        QTMedia({std::string(QTMediaCharacteristicCanSendVideo)}, "clcp"), true, NSMakeRect(0, 0, 640, 480));
     const Case cases[] = {
-        {"summary names the size", {hd, TypedTrack(kSoundType, "AAC, Stereo (L R), 44.100 kHz")},
-         "H.264 \u2022 1280 \u00D7 720 \u2022 25 FPS", "AAC \u2022 Stereo (L R) \u2022 44.100 kHz"},
-        {"size appended", {wmv, TypedTrack(kSoundType, "Windows Media Audio 8, Mono")},
-         "WMV 9 \u2022 640 \u00D7 480 \u2022 29.97 FPS", "WMA 8 \u2022 Mono"},
-        {"MPEG", {VideoTrack(10, QTMakeTime(1, 1)), TypedTrack(std::string(QTMediaTypeMPEG), "MPEG-2 Video")},
-         "MPEG-1 \u2022 640 \u00D7 480 \u2022 10 FPS", "MPEG-1"},
+        {"summary names the size",
+         {hd, TypedTrack(kSoundType, "AAC, Stereo (L R), 44.100 kHz")},
+         "H.264 \u2022 1280 \u00D7 720 \u2022 25 FPS",
+         "AAC \u2022 Stereo (L R) \u2022 44.100 kHz"},
+        {"size appended",
+         {wmv, TypedTrack(kSoundType, "Windows Media Audio 8, Mono")},
+         "WMV 9 \u2022 640 \u00D7 480 \u2022 29.97 FPS",
+         "WMA 8 \u2022 Mono"},
+        {"MPEG",
+         {VideoTrack(10, QTMakeTime(1, 1)), TypedTrack(std::string(QTMediaTypeMPEG), "MPEG-2 Video")},
+         "MPEG-1 \u2022 640 \u00D7 480 \u2022 10 FPS",
+         "MPEG-1"},
         {"only another visual track", {picture}, "640 \u00D7 480", "\u2014"},
         {"sound only", {TypedTrack(kSoundType, "AAC")}, "\u2014", "AAC"},
         {"nothing", {}, "\u2014", "\u2014"},
@@ -260,9 +270,17 @@ TEST(LXMovieSummaries, VideoAndAudioLines) {
 
 TEST(LXTrackLanguage, NamesTheFortySixClassicCodes) {
     const std::pair<std::optional<int64_t>, std::optional<std::string>> cases[] = {
-        {0, "English"},      {2, "German"},       {19, "Chinese"},      {33, "Chinese"},  {34, "Flemish"},
-        {45, "Ukrainian"},   {46, std::nullopt},  {151, std::nullopt},  {-1, std::nullopt},
-        {QTLanguageUnspecified, std::nullopt}, {std::nullopt, std::nullopt},
+        {0, "English"},
+        {2, "German"},
+        {19, "Chinese"},
+        {33, "Chinese"},
+        {34, "Flemish"},
+        {45, "Ukrainian"},
+        {46, std::nullopt},
+        {151, std::nullopt},
+        {-1, std::nullopt},
+        {QTLanguageUnspecified, std::nullopt},
+        {std::nullopt, std::nullopt},
         {int64_t(1) << 32, "English"}, // read as a 32-bit code
     };
     for (const auto& [code, name] : cases) {
@@ -270,8 +288,9 @@ TEST(LXTrackLanguage, NamesTheFortySixClassicCodes) {
         track.setLanguageCode(code);
         EXPECT_EQ(LXTrack::language(track), name) << code.value_or(-999);
     }
-    auto movie = Open(makeMovie("lx-languages.mkv", kSmall + "-f lavfi -i sine -t 0.5 -c:v mpeg4 -c:a aac "
-                                                              "-metadata:s:v:0 language=jpn -metadata:s:a:0 language=ukr"));
+    auto movie = Open(
+        makeMovie("lx-languages.mkv", kSmall + "-f lavfi -i sine -t 0.5 -c:v mpeg4 -c:a aac "
+                                               "-metadata:s:v:0 language=jpn -metadata:s:a:0 language=ukr"));
     ASSERT_TRUE(movie);
     EXPECT_EQ(LXTrack::language(*movie->tracks()[0]), "Japanese");
     EXPECT_EQ(LXTrack::language(*movie->tracks()[1]), "Ukrainian");
@@ -293,18 +312,17 @@ TEST(LXMovieMetadata, FoldsAliasesAcrossFormats) {
                                  Item(QTMetadataFormatQuickTimeUserData, "@cmt", "a comment"),
                                  Item(QTMetadataFormatQuickTimeUserData, "@nam", "Early"),
                                  Item(QTMetadataFormatQuickTimeUserData, "@nam", "Late")});
-    movie->setMetadataForFormat(std::string(QTMetadataFormatQuickTimeMetadata),
-                                {Item(QTMetadataFormatQuickTimeMetadata, kCreationDate, "2009-07-14T18:30:05+0200")});
+    movie->setMetadataForFormat(
+        std::string(QTMetadataFormatQuickTimeMetadata),
+        {Item(QTMetadataFormatQuickTimeMetadata, kCreationDate, "2009-07-14T18:30:05+0200")});
     movie->setMetadataForFormat(std::string(QTMetadataFormatiTunesMetadata),
                                 {Item(QTMetadataFormatiTunesMetadata, "\u00A9too", "Encoder 1.0"),
                                  Item(QTMetadataFormatiTunesMetadata, "covr", NSData::dataWithVector({1}))});
     auto result = LXMovie::metadata(*movie);
     ASSERT_TRUE(result);
     PropertyDictionary expected{
-        {kCreationDate, july14},
-        {std::string(QTMetadataQuickTimeMetadataKeyDisplayName), "Late"},
-        {kSoftware, "Editor 2"},
-        {"Tracks", PropertyArray{}},
+        {kCreationDate, july14}, {std::string(QTMetadataQuickTimeMetadataKeyDisplayName), "Late"},
+        {kSoftware, "Editor 2"}, {"Tracks", PropertyArray{}},
         {"Length", "1:30"},
     };
     EXPECT_EQ(PropertyValue(*result), PropertyValue(expected));
@@ -317,7 +335,8 @@ TEST(LXMovieMetadata, RealFilesFoldUserDataAndITunesSoftware) {
     auto plainResult = LXMovie::metadata(*plain);
     ASSERT_TRUE(plainResult);
     EXPECT_TRUE(PropertyValueForKey(*plainResult, kSoftware)->string()->starts_with("Lavf"));
-    EXPECT_EQ(*PropertyValueForKey(*plainResult, QTMetadataQuickTimeMetadataKeyDisplayName)->string(), "Walk");
+    EXPECT_EQ(*PropertyValueForKey(*plainResult, QTMetadataQuickTimeMetadataKeyDisplayName)->string(),
+              "Walk");
     EXPECT_EQ(*PropertyValueForKey(*plainResult, "FPS")->string(), "25");
     EXPECT_EQ(*PropertyValueForKey(*plainResult, "Length")->string(), "0:01");
 
@@ -344,6 +363,21 @@ TEST(LXMovieMetadata, LengthAndFPSOnlyWhenKnown) {
     EXPECT_EQ(*PropertyValueForKey(*result, "Length")->string(), "0:10");
 }
 
+TEST(LXMovieMetadata, RateAndLengthKeysAreLocalised) {
+    LanguageScope german("de");
+    auto movie = QTMovie::movieWithTracks({VideoTrack(250, QTMakeTime(10, 1))}, QTMakeTime(6000, 600));
+    auto result = LXMovie::metadata(*movie);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(*PropertyValueForKey(*result, "B/s")->string(), "25");
+    EXPECT_EQ(*PropertyValueForKey(*result, "L\u00E4nge")->string(), "0:10");
+    EXPECT_FALSE(PropertyValueForKey(*result, "FPS"));
+    EXPECT_EQ(LXMovie::mainVideoTrackSummary(*movie), "640 \u00D7 480 \u2022 25 B/s");
+    auto unnamed = QTMovie::movieWithData(
+        NSData::dataWithVector(readFile(makeMovie("lx-25.mp4", kSmall + "-t 2 " + kCodec))));
+    ASSERT_FALSE(unnamed.isError());
+    EXPECT_EQ(unnamed.value()->tracks()[0]->displayName(), "Videospur");
+}
+
 TEST(NormalizeMetadata, CanonicalValueWinsThenFirstAlias) {
     const PropertyArray aliases{"@swr", "\u00A9swr", "@too", "\u00A9too"};
     struct Case {
@@ -354,7 +388,9 @@ TEST(NormalizeMetadata, CanonicalValueWinsThenFirstAlias) {
     const Case cases[] = {
         {"only ©too", {{"\u00A9too", "Encoder 1.0"}}, {{"sw", "Encoder 1.0"}}},
         {"©swr before ©too", {{"\u00A9too", "Encoder 1.0"}, {"\u00A9swr", "Editor 2"}}, {{"sw", "Editor 2"}}},
-        {"canonical wins", {{"sw", "Own"}, {"@swr", "Editor 2"}, {"other", "kept"}}, {{"sw", "Own"}, {"other", "kept"}}},
+        {"canonical wins",
+         {{"sw", "Own"}, {"@swr", "Editor 2"}, {"other", "kept"}},
+         {{"sw", "Own"}, {"other", "kept"}}},
         {"nothing to fold", {{"other", "kept"}}, {{"other", "kept"}}},
     };
     for (const auto& c : cases) {
@@ -381,8 +417,8 @@ TEST(NormalizeMetadata, EveryAliasBelongsToOneCanonicalKey) {
         }
     }
     EXPECT_EQ(seen.size(), 24u);
-    EXPECT_EQ(*PropertyValueForKey(table, kSoftware), (PropertyValue(PropertyArray{"@swr", "\u00A9swr", "@too",
-                                                                                     "\u00A9too"})));
+    EXPECT_EQ(*PropertyValueForKey(table, kSoftware),
+              (PropertyValue(PropertyArray{"@swr", "\u00A9swr", "@too", "\u00A9too"})));
 }
 
 } // namespace

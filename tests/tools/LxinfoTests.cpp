@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <fstream>
+
+#include <gtest/gtest.h>
 
 #include "support/Fixtures.h"
 
@@ -14,8 +14,8 @@ struct Run {
 
 Run RunLxinfo(const std::string& arguments, const TemporaryFolder& folder) {
     auto outputPath = folder / "out.txt";
-    int status = runCommand("'" + binary("lxinfo").string() + "' " + arguments + " > '" + outputPath.string() +
-                            "' 2>&1");
+    int status = runCommand("'" + binary("lxinfo").string() + "' " + arguments + " > '" +
+                            outputPath.string() + "' 2>&1");
     auto bytes = readFile(outputPath);
     return {status, std::string(bytes.begin(), bytes.end())};
 }
@@ -28,8 +28,8 @@ TEST(Lxinfo, DescribesTheSampleMovie) {
                              "Audio:         AAC \u2022 Mono \u2022 44.100 kHz", "FPS:           25",
                              "Frame length:  40 of 1000 per second", "Duration:      00:00:10.00 (0:10.00)",
                              "Poster time:   00:00:01.00 (0:01.00)", "vide   H.264, 320 \u00D7 240",
-                             "2. 00:00:03.00 (0:03.00)  Middle", "com.apple.quicktime.displayname: lxkit sample",
-                             "Length: 0:10"})
+                             "2. 00:00:03.00 (0:03.00)  Middle",
+                             "com.apple.quicktime.displayname: lxkit sample", "Length: 0:10"})
         EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
 }
 
@@ -39,9 +39,10 @@ TEST(Lxinfo, JsonIsStableAndComplete) {
     auto second = RunLxinfo("'" + sampleMovie().string() + "' --json", folder);
     ASSERT_EQ(first.status, 0) << first.output;
     EXPECT_EQ(first.output, second.output);
-    for (const char* fragment : {"\"fps\": 25,", "\"frameLength\": 40,", "\"abbreviated\": \"0:10.00\"",
-                                 "\"name\": \"Closing\"", "\"com.apple.quicktime.artist\": \"lxkit\"",
-                                 "\"primarySortKey\": 3", "\"videoSummary\": \"H.264 \u2022 320 \u00D7 240 \u2022 25 FPS\""})
+    for (const char* fragment :
+         {"\"fps\": 25,", "\"frameLength\": 40,", "\"abbreviated\": \"0:10.00\"", "\"name\": \"Closing\"",
+          "\"com.apple.quicktime.artist\": \"lxkit\"", "\"primarySortKey\": 3",
+          "\"videoSummary\": \"H.264 \u2022 320 \u00D7 240 \u2022 25 FPS\""})
         EXPECT_NE(first.output.find(fragment), std::string::npos) << fragment << "\n" << first.output;
     // Python's parser is the judge of well-formed JSON.
     std::ofstream(folder / "info.json") << first.output;

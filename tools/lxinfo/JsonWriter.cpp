@@ -7,7 +7,9 @@
 
 namespace {
 
-std::string Indent(int level) { return std::string(size_t(level) * 2, ' '); }
+std::string Indent(int level) {
+    return std::string(size_t(level) * 2, ' ');
+}
 
 std::string JsonNumber(const NSNumber& number) {
     char text[64];
@@ -20,7 +22,8 @@ std::string JsonNumber(const NSNumber& number) {
         std::snprintf(text, sizeof text, "%.17g", number.doubleValue());
         return text;
     case NSNumber::Kind::UInt64:
-        std::snprintf(text, sizeof text, "%llu", static_cast<unsigned long long>(number.unsignedLongLongValue()));
+        std::snprintf(text, sizeof text, "%llu",
+                      static_cast<unsigned long long>(number.unsignedLongLongValue()));
         return text;
     default:
         std::snprintf(text, sizeof text, "%lld", static_cast<long long>(number.longLongValue()));
@@ -76,7 +79,8 @@ std::string JsonValue(const PropertyValue& value, int indent) {
             return "[]";
         std::string result = "[\n";
         for (size_t i = 0; i < array->size(); ++i)
-            result += Indent(indent + 1) + JsonValue((*array)[i], indent + 1) + (i + 1 < array->size() ? ",\n" : "\n");
+            result += Indent(indent + 1) + JsonValue((*array)[i], indent + 1) +
+                      (i + 1 < array->size() ? ",\n" : "\n");
         return result + Indent(indent) + "]";
     }
     if (auto dictionary = value.dictionary()) {

@@ -147,7 +147,8 @@ void printReport(const PropertyDictionary& report, const QTMovie& movie) {
 
     const auto& metadata = *PropertyValueForKey(report, "metadata")->dictionary();
     std::printf("Tracks:\n");
-    if (auto list = PropertyValueForKey(metadata, "Tracks"); list && list->array() && !list->array()->empty()) {
+    if (auto list = PropertyValueForKey(metadata, "Tracks");
+        list && list->array() && !list->array()->empty()) {
         for (const auto& entry : *list->array()) {
             const auto& fields = *entry.dictionary();
             std::printf("  %-6s %s\n", PropertyValueForKey(fields, "type")->string()->c_str(),

@@ -100,7 +100,9 @@ std::optional<uint32_t> IsoCursor::u32() {
     auto value = readBigEndian(4);
     return value ? std::optional<uint32_t>(uint32_t(*value)) : std::nullopt;
 }
-std::optional<uint64_t> IsoCursor::u64() { return readBigEndian(8); }
+std::optional<uint64_t> IsoCursor::u64() {
+    return readBigEndian(8);
+}
 
 bool IsoCursor::skip(size_t count) {
     if (m_failed || remaining() < count) {

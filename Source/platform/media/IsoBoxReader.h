@@ -119,7 +119,7 @@ struct IsoMovieSummary {
     std::optional<IsoMovieHeader> header;
     std::vector<IsoTrackHeader> tracks;
     std::vector<IsoTrackMedia> trackMedia; ///< in file order, like `tracks`
-    IsoBox movieBox; ///< the 'moov' box, for readers of further boxes ('udta', 'meta')
+    IsoBox movieBox;                       ///< the 'moov' box, for readers of further boxes ('udta', 'meta')
 };
 
 std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file);

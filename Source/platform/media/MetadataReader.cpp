@@ -212,7 +212,8 @@ void ReadITunesMetadata(const IsoBoxReader& meta, std::vector<QTMetadataItem>& i
     }
 }
 
-void ReadMeta(const IsoBox& metaBox, std::vector<QTMetadataItem>& quickTime, std::vector<QTMetadataItem>& iTunes) {
+void ReadMeta(const IsoBox& metaBox, std::vector<QTMetadataItem>& quickTime,
+              std::vector<QTMetadataItem>& iTunes) {
     auto meta = MetaChildren(metaBox);
     auto handler = meta.find(FourCC("hdlr"));
     auto type = handler ? ReadHandlerType(handler->payload) : std::nullopt;
@@ -250,8 +251,8 @@ std::vector<QTMetadataList> ReadIsoMetadata(const IsoBox& movieBox) {
                 ReadMeta(atom, quickTime, iTunes);
             } else if (uint8_t(atom.type >> 24) == kCopyrightSign) {
                 if (auto value = UserDataValue(atom))
-                    userData.emplace_back(std::string(QTMetadataFormatQuickTimeUserData), KeyFromAtomType(atom.type),
-                                          *value);
+                    userData.emplace_back(std::string(QTMetadataFormatQuickTimeUserData),
+                                          KeyFromAtomType(atom.type), *value);
             }
         }
     }
@@ -290,8 +291,9 @@ std::vector<QTMetadataList> MetadataFromTags(const AVDictionary* tags) {
     for (const auto& mapping : kMappings) {
         if (auto entry = av_dict_get(tags, mapping.tag, nullptr, 0); entry && entry->value && *entry->value) {
             std::string_view value(entry->value);
-            items.emplace_back(std::string(QTMetadataFormatQuickTimeMetadata), std::string(mapping.key),
-                               TextFromBytes(std::span(reinterpret_cast<const uint8_t*>(value.data()), value.size())));
+            items.emplace_back(
+                std::string(QTMetadataFormatQuickTimeMetadata), std::string(mapping.key),
+                TextFromBytes(std::span(reinterpret_cast<const uint8_t*>(value.data()), value.size())));
         }
     }
     if (items.empty())

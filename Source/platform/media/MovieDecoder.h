@@ -12,7 +12,7 @@
 struct MovieDecoder {
     struct Stream {
         bool isVideo = false;
-        int rotation = 0; ///< clockwise display rotation, 0, 90, 180 or 270
+        int rotation = 0;     ///< clockwise display rotation, 0, 90, 180 or 270
         int streamIndex = -1; ///< the demuxer's stream that the track's pictures come from
     };
 

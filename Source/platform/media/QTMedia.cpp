@@ -26,5 +26,9 @@ const QTMediaTiming& QTMedia::timing() const {
     return *m_counted;
 }
 
-std::optional<QTTime> QTMedia::duration() const { return timing().duration; }
-std::optional<int64_t> QTMedia::sampleCount() const { return timing().sampleCount; }
+std::optional<QTTime> QTMedia::duration() const {
+    return timing().duration;
+}
+std::optional<int64_t> QTMedia::sampleCount() const {
+    return timing().sampleCount;
+}

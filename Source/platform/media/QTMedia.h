@@ -14,7 +14,8 @@
 inline constexpr std::string_view QTMediaCharacteristicVisual = "com.apple.quicktime.visual";
 inline constexpr std::string_view QTMediaCharacteristicAudio = "com.apple.quicktime.audio";
 inline constexpr std::string_view QTMediaCharacteristicCanSendVideo = "com.apple.quicktime.can-send-video";
-inline constexpr std::string_view QTMediaCharacteristicHasVideoFrameRate = "com.apple.quicktime.has-video-frame-rate";
+inline constexpr std::string_view QTMediaCharacteristicHasVideoFrameRate =
+    "com.apple.quicktime.has-video-frame-rate";
 
 /// Media types, as the classic four-character codes that QuickTime's handlers carry.
 inline constexpr std::string_view QTMediaTypeVideo = "vide";

@@ -15,7 +15,9 @@ int64_t DaysFromCivil(int64_t year, unsigned month, unsigned day) {
     return era * 146097 + int64_t(dayOfEra) - 719468;
 }
 
-bool IsLeapYear(int64_t year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+bool IsLeapYear(int64_t year) {
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
 
 unsigned DaysInMonth(int64_t year, unsigned month) {
     static constexpr unsigned days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -67,7 +69,8 @@ std::optional<NSDate> DateFromISO8601String(std::string_view text) {
     if (!month || !scan.accept('-'))
         return std::nullopt;
     auto day = scan.digits(2);
-    if (!day || *month < 1 || *month > 12 || *day < 1 || unsigned(*day) > DaysInMonth(*year, unsigned(*month)))
+    if (!day || *month < 1 || *month > 12 || *day < 1 ||
+        unsigned(*day) > DaysInMonth(*year, unsigned(*month)))
         return std::nullopt;
     double seconds = double(DaysFromCivil(*year, unsigned(*month), unsigned(*day))) * 86400.0;
     if (!scan.atEnd()) {
@@ -138,9 +141,9 @@ std::string ISO8601StringFromDate(NSDate date) {
     unsigned month = mp < 10 ? mp + 3 : mp - 9;
     int64_t year = int64_t(yearOfEra) + era * 400 + (month <= 2);
     char text[64];
-    std::snprintf(text, sizeof text, "%04lld-%02u-%02uT%02lld:%02lld:%02lldZ", static_cast<long long>(year), month,
-                  day, static_cast<long long>(secondOfDay / 3600), static_cast<long long>(secondOfDay / 60 % 60),
-                  static_cast<long long>(secondOfDay % 60));
+    std::snprintf(text, sizeof text, "%04lld-%02u-%02uT%02lld:%02lld:%02lldZ", static_cast<long long>(year),
+                  month, day, static_cast<long long>(secondOfDay / 3600),
+                  static_cast<long long>(secondOfDay / 60 % 60), static_cast<long long>(secondOfDay % 60));
     return text;
 }
 

@@ -20,9 +20,12 @@ inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyArtist = "com.ap
 inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyAuthor = "com.apple.quicktime.author";
 inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyComment = "com.apple.quicktime.comment";
 inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyCopyright = "com.apple.quicktime.copyright";
-inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyCreationDate = "com.apple.quicktime.creationdate";
-inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyDescription = "com.apple.quicktime.description";
-inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyDisplayName = "com.apple.quicktime.displayname";
+inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyCreationDate =
+    "com.apple.quicktime.creationdate";
+inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyDescription =
+    "com.apple.quicktime.description";
+inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyDisplayName =
+    "com.apple.quicktime.displayname";
 inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyGenre = "com.apple.quicktime.genre";
 inline constexpr std::string_view QTMetadataQuickTimeMetadataKeyLocationISO6709 =
     "com.apple.quicktime.location.ISO6709";

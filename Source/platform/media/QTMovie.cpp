@@ -174,8 +174,9 @@ std::optional<std::string> StreamTag(const AVStream& stream, const char* key) {
     return std::string(entry->value);
 }
 
-std::shared_ptr<QTTrack> MakeTrack(const AVStream& stream, const IsoTrackMedia* isoMedia, const IsoMovieSummary* iso,
-                                   const std::shared_ptr<SampleCounter>& counter, MovieDecoder& decoder) {
+std::shared_ptr<QTTrack> MakeTrack(const AVStream& stream, const IsoTrackMedia* isoMedia,
+                                   const IsoMovieSummary* iso, const std::shared_ptr<SampleCounter>& counter,
+                                   MovieDecoder& decoder) {
     MovieDecoder::Stream facts;
     std::vector<std::string> characteristics;
     std::optional<NSRect> bounds;
@@ -185,7 +186,8 @@ std::shared_ptr<QTTrack> MakeTrack(const AVStream& stream, const IsoTrackMedia* 
         facts.isVideo = true;
         facts.streamIndex = stream.index;
         facts.rotation = DisplayRotation(&stream);
-        characteristics = {std::string(QTMediaCharacteristicVisual), std::string(QTMediaCharacteristicCanSendVideo)};
+        characteristics = {std::string(QTMediaCharacteristicVisual),
+                           std::string(QTMediaCharacteristicCanSendVideo)};
         // A track of one picture shows a still, not a moving picture with a rate.
         std::optional<int64_t> knownCount;
         if (isoMedia && isoMedia->sampleCount && *isoMedia->sampleCount > 0)
@@ -202,7 +204,8 @@ std::shared_ptr<QTTrack> MakeTrack(const AVStream& stream, const IsoTrackMedia* 
     decoder.streams.push_back(facts);
 
     QTMedia media(std::move(characteristics), mediaType);
-    if (isoMedia && isoMedia->timeScale > 0 && isoMedia->duration > 0 && isoMedia->duration <= uint64_t(INT64_MAX))
+    if (isoMedia && isoMedia->timeScale > 0 && isoMedia->duration > 0 &&
+        isoMedia->duration <= uint64_t(INT64_MAX))
         media.setDuration(QTMakeTime(int64_t(isoMedia->duration), isoMedia->timeScale));
     else if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0 && stream.time_base.num > 0)
         media.setDuration(QTMakeTime(stream.duration * stream.time_base.num, stream.time_base.den));
@@ -253,7 +256,8 @@ std::shared_ptr<QTTrack> MakeMuxedTrack(const AVFormatContext& format, MovieDeco
         facts.isVideo = true;
         facts.streamIndex = video->index;
         facts.rotation = DisplayRotation(video);
-        characteristics = {std::string(QTMediaCharacteristicVisual), std::string(QTMediaCharacteristicCanSendVideo)};
+        characteristics = {std::string(QTMediaCharacteristicVisual),
+                           std::string(QTMediaCharacteristicCanSendVideo)};
         NSSize size = DisplaySize(video, facts.rotation);
         bounds = NSMakeRect(0, 0, size.width, size.height);
         if (auto summary = TrackFormatSummary(*video->codecpar))
@@ -340,7 +344,8 @@ ErrorOr<std::shared_ptr<QTMovie>> QTMovie::movieWithData(const NSData& data) {
                     }
                 }
             }
-            tracks.push_back(MakeTrack(*format->streams[i], isoMedia, iso ? &*iso : nullptr, counter, *decoder));
+            tracks.push_back(
+                MakeTrack(*format->streams[i], isoMedia, iso ? &*iso : nullptr, counter, *decoder));
         }
     }
     movie->m_decoder = std::move(decoder);
@@ -348,7 +353,8 @@ ErrorOr<std::shared_ptr<QTMovie>> QTMovie::movieWithData(const NSData& data) {
     return movie;
 }
 
-std::shared_ptr<QTMovie> QTMovie::movieWithTracks(std::vector<std::shared_ptr<QTTrack>> tracks, QTTime duration) {
+std::shared_ptr<QTMovie> QTMovie::movieWithTracks(std::vector<std::shared_ptr<QTTrack>> tracks,
+                                                  QTTime duration) {
     std::shared_ptr<QTMovie> movie(new QTMovie());
     movie->m_duration = duration.timeScale > 0 ? duration : QTMakeTime(0, QTDefaultTimeScale);
     movie->m_timeScale = movie->m_duration.timeScale;
@@ -372,7 +378,9 @@ void QTMovie::adoptTracks(std::vector<std::shared_ptr<QTTrack>> tracks) {
     }
 }
 
-int64_t QTMovie::timeScale() const { return m_timeScale; }
+int64_t QTMovie::timeScale() const {
+    return m_timeScale;
+}
 
 std::vector<std::shared_ptr<QTTrack>> QTMovie::tracksOfMediaType(std::string_view mediaType) const {
     std::vector<std::shared_ptr<QTTrack>> result;
@@ -383,9 +391,15 @@ std::vector<std::shared_ptr<QTTrack>> QTMovie::tracksOfMediaType(std::string_vie
     return result;
 }
 
-bool QTMovie::hasDuration() const { return m_duration.timeValue > 0; }
-std::optional<QTTime> QTMovie::posterTime() const { return m_posterTime; }
-void QTMovie::setPosterTime(std::optional<QTTime> time) { m_posterTime = time; }
+bool QTMovie::hasDuration() const {
+    return m_duration.timeValue > 0;
+}
+std::optional<QTTime> QTMovie::posterTime() const {
+    return m_posterTime;
+}
+void QTMovie::setPosterTime(std::optional<QTTime> time) {
+    m_posterTime = time;
+}
 
 std::vector<std::string> QTMovie::availableMetadataFormats() const {
     std::vector<std::string> formats;
@@ -411,10 +425,18 @@ void QTMovie::setMetadataForFormat(std::string format, std::vector<QTMetadataIte
     }
     m_metadata.push_back({std::move(format), std::move(items)});
 }
-QTTime QTMovie::duration() const { return m_duration; }
-std::vector<QTMovieChapter> QTMovie::chapters() const { return m_chapters; }
-const std::vector<std::shared_ptr<QTTrack>>& QTMovie::tracks() const { return m_tracks; }
-NSSize QTMovie::currentSize() const { return m_currentSize; }
+QTTime QTMovie::duration() const {
+    return m_duration;
+}
+std::vector<QTMovieChapter> QTMovie::chapters() const {
+    return m_chapters;
+}
+const std::vector<std::shared_ptr<QTTrack>>& QTMovie::tracks() const {
+    return m_tracks;
+}
+NSSize QTMovie::currentSize() const {
+    return m_currentSize;
+}
 void QTMovie::setCurrentSize(NSSize size) {
     m_currentSize = size;
     if (m_currentSizeObserver)
@@ -424,7 +446,8 @@ void QTMovie::setCurrentSizeObserver(std::function<void(NSSize)> observer) {
     m_currentSizeObserver = std::move(observer);
 }
 
-ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time, const QTFrameImageAttributes& attributes) {
+ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time,
+                                                            const QTFrameImageAttributes& attributes) {
     // The all-zero time stands for the start.
     if (time.timeScale <= 0 && time.timeValue == 0)
         time = QTMakeTime(0, m_timeScale);

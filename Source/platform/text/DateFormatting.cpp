@@ -14,7 +14,9 @@ UDate ICUDate(NSDate date) {
     return (date.timeIntervalSinceReferenceDate + NSTimeIntervalSince1970) * kMillisecondsPerSecond;
 }
 
-NSDate DateFromICU(UDate date) { return NSDate{date / kMillisecondsPerSecond - NSTimeIntervalSince1970}; }
+NSDate DateFromICU(UDate date) {
+    return NSDate{date / kMillisecondsPerSecond - NSTimeIntervalSince1970};
+}
 
 icu::DateFormat::EStyle ICUStyle(NSDateFormatterStyle style) {
     switch (style) {
@@ -43,8 +45,9 @@ std::string UTF8(const icu::UnicodeString& text) {
 std::optional<NSDate> DateFromStringWithFormat(std::string_view text, std::string_view pattern) {
     UErrorCode status = U_ZERO_ERROR;
     // A fixed pattern reads the same whatever the user's locale.
-    icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(icu::StringPiece(pattern.data(), int32_t(pattern.size()))),
-                                 icu::Locale("en_US_POSIX"), status);
+    icu::SimpleDateFormat format(
+        icu::UnicodeString::fromUTF8(icu::StringPiece(pattern.data(), int32_t(pattern.size()))),
+        icu::Locale("en_US_POSIX"), status);
     if (U_FAILURE(status))
         return std::nullopt;
     format.setLenient(false);
@@ -56,9 +59,10 @@ std::optional<NSDate> DateFromStringWithFormat(std::string_view text, std::strin
     return DateFromICU(parsed);
 }
 
-std::string StringFromDateWithStyles(NSDate date, NSDateFormatterStyle dateStyle, NSDateFormatterStyle timeStyle) {
-    std::unique_ptr<icu::DateFormat> format(
-        icu::DateFormat::createDateTimeInstance(ICUStyle(dateStyle), ICUStyle(timeStyle), icu::Locale::getDefault()));
+std::string StringFromDateWithStyles(NSDate date, NSDateFormatterStyle dateStyle,
+                                     NSDateFormatterStyle timeStyle) {
+    std::unique_ptr<icu::DateFormat> format(icu::DateFormat::createDateTimeInstance(
+        ICUStyle(dateStyle), ICUStyle(timeStyle), icu::Locale::getDefault()));
     if (!format)
         return {};
     icu::UnicodeString text;

@@ -19,7 +19,8 @@ std::optional<NSDate> DateFromStringWithFormat(std::string_view text, std::strin
 
 /// The date in the user's locale and the default time zone with the given date and time
 /// styles; `None` leaves that part out.
-std::string StringFromDateWithStyles(NSDate date, NSDateFormatterStyle dateStyle, NSDateFormatterStyle timeStyle);
+std::string StringFromDateWithStyles(NSDate date, NSDateFormatterStyle dateStyle,
+                                     NSDateFormatterStyle timeStyle);
 
 /// The abbreviation of the fixed-offset zone `seconds` east of GMT at `date`, as the
 /// locale writes it ("GMT+2").

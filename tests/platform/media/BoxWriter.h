@@ -58,8 +58,8 @@ inline bool AppendToMovieBox(Bytes& file, const Bytes& child) {
     size_t movie = FindTopLevelBox(file, "moov");
     if (movie == std::string::npos)
         return false;
-    uint32_t size = uint32_t(file[movie]) << 24 | uint32_t(file[movie + 1]) << 16 | uint32_t(file[movie + 2]) << 8 |
-                    file[movie + 3];
+    uint32_t size = uint32_t(file[movie]) << 24 | uint32_t(file[movie + 1]) << 16 |
+                    uint32_t(file[movie + 2]) << 8 | file[movie + 3];
     if (movie + size != file.size())
         return false;
     file.insert(file.end(), child.begin(), child.end());
@@ -70,7 +70,8 @@ inline bool AppendToMovieBox(Bytes& file, const Bytes& child) {
 /// Writes the poster time into a version-0 movie header.
 inline bool SetPosterTime(Bytes& file, uint32_t posterTime) {
     size_t movie = FindTopLevelBox(file, "moov");
-    if (movie == std::string::npos || std::string_view(reinterpret_cast<const char*>(&file[movie + 12]), 4) != "mvhd" ||
+    if (movie == std::string::npos ||
+        std::string_view(reinterpret_cast<const char*>(&file[movie + 12]), 4) != "mvhd" ||
         file[movie + 16] != 0)
         return false;
     // version and flags, two dates, scale, duration, rate, volume, reserved, matrix,

@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
+
+#include <gtest/gtest.h>
 
 #include "BoxWriter.h"
 #include "MovieFixtures.h"
@@ -50,9 +50,11 @@ TEST(MovieInspection, GivesClassicMediaTypes) {
         {"mp4 with chapters", sampleMovie(), {"vide", "soun", "text"}},
         {"mkv", makeMovie("inspect.mkv", kSmall + kTone + "-t 1 " + kH264 + "-c:a aac"), {"vide", "soun"}},
         {"mov with timecode",
-         makeMovie("inspect-tmcd.mov", kSmall + "-t 1 " + kH264 + "-timecode 01:00:00:00"), {"vide", "tmcd"}},
+         makeMovie("inspect-tmcd.mov", kSmall + "-t 1 " + kH264 + "-timecode 01:00:00:00"),
+         {"vide", "tmcd"}},
         {"mpeg program stream",
-         makeMovie("inspect.mpg", kSmall + kTone + "-t 1 -c:v mpeg1video -c:a mp2 -f mpeg"), {"MPEG"}},
+         makeMovie("inspect.mpg", kSmall + kTone + "-t 1 -c:v mpeg1video -c:a mp2 -f mpeg"),
+         {"MPEG"}},
         {"sound only", makeMovie("inspect-sound.m4a", kTone + "-t 1 -c:a aac"), {"soun"}},
     };
     for (const auto& c : cases) {
@@ -63,7 +65,8 @@ TEST(MovieInspection, GivesClassicMediaTypes) {
 }
 
 TEST(MovieInspection, MPEGProgramStreamIsOneMuxedTrackThatStillGivesFrames) {
-    auto movie = OpenMovie(makeMovie("inspect.mpg", kSmall + kTone + "-t 1 -c:v mpeg1video -c:a mp2 -f mpeg"));
+    auto movie =
+        OpenMovie(makeMovie("inspect.mpg", kSmall + kTone + "-t 1 -c:v mpeg1video -c:a mp2 -f mpeg"));
     ASSERT_TRUE(movie);
     ASSERT_EQ(movie->tracks().size(), 1u);
     const QTTrack& track = *movie->tracks()[0];
@@ -77,7 +80,8 @@ TEST(MovieInspection, MPEGProgramStreamIsOneMuxedTrackThatStillGivesFrames) {
 }
 
 /// What ffprobe says about a stream: "nb_frames duration_ts time_base".
-std::string Probe(const std::filesystem::path& movie, const std::string& entries, const std::string& stream = "v:0") {
+std::string Probe(const std::filesystem::path& movie, const std::string& entries,
+                  const std::string& stream = "v:0") {
     return commandOutput("ffprobe -v error -select_streams " + stream + " -show_entries stream=" + entries +
                          " -of default=nw=1:nk=1 '" + movie.string() + "'");
 }
@@ -91,7 +95,8 @@ TEST(MovieInspection, MediaDurationAndSampleCountMatchFFprobe) {
         {"mp4 at 25", makeMovie("inspect-25.mp4", kSmall + "-t 2 " + kH264)},
         {"mp4 at 29.97",
          makeMovie("inspect-2997.mp4", "-f lavfi -i testsrc2=size=160x120:rate=30000/1001 -t 1 " + kH264)},
-        {"mov at scale 600", makeMovie("inspect-600.mov", kSmall + "-t 2 " + kH264 + "-video_track_timescale 600")},
+        {"mov at scale 600",
+         makeMovie("inspect-600.mov", kSmall + "-t 2 " + kH264 + "-video_track_timescale 600")},
     };
     for (const auto& c : cases) {
         auto movie = OpenMovie(c.movie);
@@ -129,8 +134,9 @@ TEST(MovieInspection, StillTrackHasNoFrameRateCharacteristic) {
 }
 
 TEST(MovieInspection, SummarisesFormatsAndNamesTracks) {
-    auto movie = OpenMovie(makeMovie("inspect-names.mp4", kSmall + "-f lavfi -i sine=sample_rate=48000 -ac 2 -t 1 " +
-                                                              kH264 + "-c:a aac -metadata:s:a:0 language=ger"));
+    auto movie =
+        OpenMovie(makeMovie("inspect-names.mp4", kSmall + "-f lavfi -i sine=sample_rate=48000 -ac 2 -t 1 " +
+                                                     kH264 + "-c:a aac -metadata:s:a:0 language=ger"));
     ASSERT_TRUE(movie);
     ASSERT_EQ(movie->tracks().size(), 2u);
     EXPECT_EQ(movie->tracks()[0]->formatSummary(), "H.264, 160 \u00D7 120");
@@ -140,8 +146,9 @@ TEST(MovieInspection, SummarisesFormatsAndNamesTracks) {
     EXPECT_EQ(movie->tracks()[0]->languageCode(), QTLanguageUnspecified);
     EXPECT_EQ(movie->tracks()[1]->languageCode(), 2);
 
-    auto named = OpenMovie(makeMovie("inspect-names.mkv", kSmall + "-t 1 -c:v mpeg4 -metadata:s:v:0 title=Camera "
-                                                                   "-metadata:s:v:0 language=fre"));
+    auto named =
+        OpenMovie(makeMovie("inspect-names.mkv", kSmall + "-t 1 -c:v mpeg4 -metadata:s:v:0 title=Camera "
+                                                          "-metadata:s:v:0 language=fre"));
     ASSERT_TRUE(named);
     EXPECT_EQ(named->tracks()[0]->displayName(), "Camera");
     EXPECT_EQ(named->tracks()[0]->formatSummary(), "MPEG-4 Video, 160 \u00D7 120");
@@ -150,48 +157,58 @@ TEST(MovieInspection, SummarisesFormatsAndNamesTracks) {
 
 TEST(MovieInspection, MapsISO639ToClassicLanguageCodes) {
     const std::pair<const char*, std::optional<int64_t>> cases[] = {
-        {"eng", 0}, {"en", 0},  {"fre", 1},  {"fra", 1},  {"GER", 2},   {"deu", 2},
-        {"zho", 19}, {"ukr", 45}, {"und", QTLanguageUnspecified}, {"xx", std::nullopt}, {"", std::nullopt},
-        {"english", std::nullopt},
+        {"eng", 0},           {"en", 0},          {"fre", 1},
+        {"fra", 1},           {"GER", 2},         {"deu", 2},
+        {"zho", 19},          {"ukr", 45},        {"und", QTLanguageUnspecified},
+        {"xx", std::nullopt}, {"", std::nullopt}, {"english", std::nullopt},
     };
     for (const auto& [code, expected] : cases)
         EXPECT_EQ(ClassicLanguageCodeForISO639(code), expected) << code;
 }
 
 TEST(MovieInspection, ReadsUserDataQuickTimeAndITunesItemsEachInItsOwnFormat) {
-    auto userData = OpenMovie(makeMovie("inspect-udta.mov", kSmall + "-t 0.2 " + kH264 +
-                                                                "-metadata title=Hello -metadata date=2009 -f mov"));
+    auto userData = OpenMovie(makeMovie(
+        "inspect-udta.mov", kSmall + "-t 0.2 " + kH264 + "-metadata title=Hello -metadata date=2009 -f mov"));
     ASSERT_TRUE(userData);
-    EXPECT_EQ(ItemText(*userData, QTMetadataFormatQuickTimeUserData, QTMetadataQuickTimeUserDataKeyFullName), "Hello");
-    EXPECT_EQ(ItemText(*userData, QTMetadataFormatQuickTimeUserData, QTMetadataQuickTimeUserDataKeyCreationDate),
-              "2009");
-    EXPECT_TRUE(
-        ItemText(*userData, QTMetadataFormatQuickTimeUserData, QTMetadataQuickTimeUserDataKeySoftware)->starts_with("Lavf"));
+    EXPECT_EQ(ItemText(*userData, QTMetadataFormatQuickTimeUserData, QTMetadataQuickTimeUserDataKeyFullName),
+              "Hello");
+    EXPECT_EQ(
+        ItemText(*userData, QTMetadataFormatQuickTimeUserData, QTMetadataQuickTimeUserDataKeyCreationDate),
+        "2009");
+    EXPECT_TRUE(ItemText(*userData, QTMetadataFormatQuickTimeUserData, QTMetadataQuickTimeUserDataKeySoftware)
+                    ->starts_with("Lavf"));
 
-    auto quickTime = OpenMovie(makeMovie("inspect-mdta.mov", kSmall + "-t 0.2 " + kH264 +
-                                                                 "-metadata com.apple.quicktime.creationdate="
-                                                                 "2009-07-14T18:30:05+0200 -movflags use_metadata_tags"));
+    auto quickTime =
+        OpenMovie(makeMovie("inspect-mdta.mov", kSmall + "-t 0.2 " + kH264 +
+                                                    "-metadata com.apple.quicktime.creationdate="
+                                                    "2009-07-14T18:30:05+0200 -movflags use_metadata_tags"));
     ASSERT_TRUE(quickTime);
     auto items = quickTime->metadataForFormat(QTMetadataFormatQuickTimeMetadata);
-    auto creation = std::ranges::find_if(
-        items, [](const QTMetadataItem& item) { return item.key() == QTMetadataQuickTimeMetadataKeyCreationDate; });
+    auto creation = std::ranges::find_if(items, [](const QTMetadataItem& item) {
+        return item.key() == QTMetadataQuickTimeMetadataKeyCreationDate;
+    });
     ASSERT_NE(creation, items.end());
     ASSERT_TRUE(creation->dateValue());
     EXPECT_EQ(creation->dateValue()->timeIntervalSinceReferenceDate, 1247589005.0 - NSTimeIntervalSince1970);
 
-    auto iTunes = OpenMovie(makeMovie("inspect-ilst.mp4", kSmall + "-t 0.2 " + kH264 + "-metadata album=Sea"));
+    auto iTunes =
+        OpenMovie(makeMovie("inspect-ilst.mp4", kSmall + "-t 0.2 " + kH264 + "-metadata album=Sea"));
     ASSERT_TRUE(iTunes);
-    EXPECT_EQ(iTunes->availableMetadataFormats(), std::vector<std::string>{std::string(QTMetadataFormatiTunesMetadata)});
+    EXPECT_EQ(iTunes->availableMetadataFormats(),
+              std::vector<std::string>{std::string(QTMetadataFormatiTunesMetadata)});
     EXPECT_EQ(ItemText(*iTunes, QTMetadataFormatiTunesMetadata, QTMetadataiTunesMetadataKeyAlbum), "Sea");
     EXPECT_TRUE(ItemText(*iTunes, QTMetadataFormatiTunesMetadata, QTMetadataiTunesMetadataKeyEncodingTool));
 }
 
 TEST(MovieInspection, MapsOtherContainersTagsOntoQuickTimeKeys) {
-    auto movie = OpenMovie(makeMovie("inspect-tags.mkv", kSmall + "-t 0.2 -c:v mpeg4 -metadata title=Walk "
-                                                                  "-metadata artist=Ann -metadata comment=none"));
+    auto movie =
+        OpenMovie(makeMovie("inspect-tags.mkv", kSmall + "-t 0.2 -c:v mpeg4 -metadata title=Walk "
+                                                         "-metadata artist=Ann -metadata comment=none"));
     ASSERT_TRUE(movie);
-    EXPECT_EQ(ItemText(*movie, QTMetadataFormatQuickTimeMetadata, QTMetadataQuickTimeMetadataKeyDisplayName), "Walk");
-    EXPECT_EQ(ItemText(*movie, QTMetadataFormatQuickTimeMetadata, QTMetadataQuickTimeMetadataKeyArtist), "Ann");
+    EXPECT_EQ(ItemText(*movie, QTMetadataFormatQuickTimeMetadata, QTMetadataQuickTimeMetadataKeyDisplayName),
+              "Walk");
+    EXPECT_EQ(ItemText(*movie, QTMetadataFormatQuickTimeMetadata, QTMetadataQuickTimeMetadataKeyArtist),
+              "Ann");
     EXPECT_TRUE(ItemText(*movie, QTMetadataFormatQuickTimeMetadata, QTMetadataQuickTimeMetadataKeySoftware));
 }
 
@@ -209,13 +226,16 @@ TEST(MovieInspection, ReadsPosterTimeFromTheMovieHeader) {
 TEST(MovieInspection, ReadsHandWrittenUserDataBesideITunesItems) {
     auto bytes = readFile(makeMovie("inspect-ilst.mp4", kSmall + "-t 0.2 " + kH264 + "-metadata album=Sea"));
     Bytes atoms = Box("\xA9swr", UserDataText("Editor 2"));
-    Bytes day = Box("\xA9" "day", UserDataText("1999"));
+    Bytes day = Box("\xA9"
+                    "day",
+                    UserDataText("1999"));
     atoms.insert(atoms.end(), day.begin(), day.end());
     ASSERT_TRUE(AppendToMovieBox(bytes, Box("udta", atoms)));
     auto movie = OpenBytes(bytes);
     ASSERT_TRUE(movie);
-    EXPECT_EQ(movie->availableMetadataFormats(), (std::vector<std::string>{std::string(QTMetadataFormatQuickTimeUserData),
-                                                                          std::string(QTMetadataFormatiTunesMetadata)}));
+    EXPECT_EQ(movie->availableMetadataFormats(),
+              (std::vector<std::string>{std::string(QTMetadataFormatQuickTimeUserData),
+                                        std::string(QTMetadataFormatiTunesMetadata)}));
     EXPECT_EQ(ItemText(*movie, QTMetadataFormatQuickTimeUserData, "@swr"), "Editor 2");
     EXPECT_EQ(ItemText(*movie, QTMetadataFormatQuickTimeUserData, "@day"), "1999");
 }
