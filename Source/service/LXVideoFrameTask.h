@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -8,12 +9,14 @@
 #include "platform/ipc/NSOperationQueue.h"
 #include "platform/ipc/NSXPCConnection.h"
 #include "platform/ipc/NSXPCListener.h"
+#include "service/LXVideoFrameJobs.h"
 
 /// The service's one object: it accepts the client's connections, takes requests on the
 /// delivery thread and runs each as a job on the main queue, one at a time in arrival
 /// order, answering through the connection accepted last.
 class LXVideoFrameTask final : public NSXPCListenerDelegate,
                                public NSXPCExportedObject,
+                               public LXVideoFrameJobHost,
                                public std::enable_shared_from_this<LXVideoFrameTask> {
 public:
     /// The process's task, made on first use (from the process entry, before any
@@ -22,6 +25,11 @@ public:
 
     /// A task whose jobs run on `queue` (tests use their own task and queue).
     explicit LXVideoFrameTask(NSOperationQueue& queue = NSOperationQueue::mainQueue()) : m_queue(queue) {}
+    LXVideoFrameTask(NSOperationQueue& queue, const LXVideoFrameJobs& jobs) : m_queue(queue), m_jobs(&jobs) {}
+
+    /// Where the jobs come from: asked once, by the first job, which waits for the
+    /// answer. Until a provider is set and answers, requests are taken but not served.
+    void setJobsProvider(std::function<const LXVideoFrameJobs*()> provider);
 
     /// Sets the protocols, exports the task, resumes the connection and makes it the
     /// one every later reply goes to. Every connection is accepted.
@@ -40,17 +48,21 @@ public:
     /// as "transforms" asks.
     void createFramesWithOptions(const PropertyDictionary& options);
 
-    bool cancelled() const { return m_cancelled.load(std::memory_order_relaxed); }
-    void setCancelled(bool cancelled) { m_cancelled.store(cancelled, std::memory_order_relaxed); }
+    bool cancelled() const override { return m_cancelled.load(std::memory_order_relaxed); }
+    void setCancelled(bool cancelled) override { m_cancelled.store(cancelled, std::memory_order_relaxed); }
+    void reply(const PropertyDictionary& request, const char* key, PropertyValue value) override;
     std::shared_ptr<NSXPCConnection> connection() const;
     void setConnection(std::shared_ptr<NSXPCConnection> connection);
 
     void receiveMessage(std::string_view selector, const PropertyArray& arguments) override;
 
 private:
-    void sendReply(const PropertyDictionary& options, const char* key, PropertyValue value);
+    const LXVideoFrameJobs* jobs() const;
 
     NSOperationQueue& m_queue;
+    mutable std::mutex m_jobsMutex;
+    mutable const LXVideoFrameJobs* m_jobs = nullptr;
+    std::function<const LXVideoFrameJobs*()> m_jobsProvider;
     std::atomic<bool> m_cancelled{false};
     mutable std::mutex m_connectionMutex;
     std::shared_ptr<NSXPCConnection> m_connection;

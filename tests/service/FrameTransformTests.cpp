@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "service/LXVideoFrameProtocols.h"
-#include "service/LXVideoFrameTransform.h"
+#include "service/jobs/LXVideoFrameTransform.h"
 
 namespace Key = LXVideoFrameKey;
 

@@ -60,7 +60,7 @@ protected:
     }
 
     NSOperationQueue queue;
-    std::shared_ptr<LXVideoFrameTask> task = std::make_shared<LXVideoFrameTask>(queue);
+    std::shared_ptr<LXVideoFrameTask> task = std::make_shared<LXVideoFrameTask>(queue, LXVideoFrameBuiltInJobs);
     std::shared_ptr<RecordingConnection> connection = std::make_shared<RecordingConnection>();
 };
 

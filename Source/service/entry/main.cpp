@@ -11,6 +11,7 @@
 
 #include "platform/ipc/NSOperationQueue.h"
 #include "platform/ipc/NSXPCListener.h"
+#include "service/LXVideoFrameJobLoader.h"
 #include "service/LXVideoFrameTask.h"
 
 namespace {
@@ -52,7 +53,15 @@ int main(int argc, char** argv) {
         printUsage(stderr);
         return 2;
     }
+    // The jobs' libraries load while the client connects; the first job waits for them.
+    static LXVideoFrameJobLoader loader(LXVideoFrameJobLoader::defaultModulePath());
     const auto& task = LXVideoFrameTask::sharedInstance();
+    task->setJobsProvider([] {
+        if (const LXVideoFrameJobs* jobs = loader.jobs())
+            return jobs;
+        std::fprintf(stderr, "lxframed: %s\n", loader.error().c_str());
+        _exit(1);
+    });
     listener.value()->setDelegate(task.get());
     // Nobody can reach a service on a socket pair once its one peer has gone.
     listener.value()->setLastPeerGoneHandler([] { _exit(0); });

@@ -1,4 +1,4 @@
-#include "service/LXVideoFrameTransform.h"
+#include "service/jobs/LXVideoFrameTransform.h"
 
 #include "service/LXVideoFrameProtocols.h"
 
