@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <unistd.h>
 
@@ -53,13 +54,12 @@ int main(int argc, char** argv) {
         printUsage(stderr);
         return 2;
     }
-    // The jobs' libraries load while the client connects; the first job waits for them.
-    static LXVideoFrameJobLoader loader(LXVideoFrameJobLoader::defaultModulePath());
+    static std::optional<LXVideoFrameJobLoader> loader;
     const auto& task = LXVideoFrameTask::sharedInstance();
     task->setJobsProvider([] {
-        if (const LXVideoFrameJobs* jobs = loader.jobs())
+        if (const LXVideoFrameJobs* jobs = loader->jobs())
             return jobs;
-        std::fprintf(stderr, "lxframed: %s\n", loader.error().c_str());
+        std::fprintf(stderr, "lxframed: %s\n", loader->error().c_str());
         _exit(1);
     });
     listener.value()->setDelegate(task.get());
@@ -70,6 +70,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "lxframed: %s\n", resumed.error().message.c_str());
         return 1;
     }
+    // The jobs' libraries load only now: while dlopen holds the loader's lock no thread
+    // can start, and the connection's set-up starts threads. The first job waits.
+    loader.emplace(LXVideoFrameJobLoader::defaultModulePath());
     if (std::getenv("LXFRAMED_PRINT_ADDRESS"))
         std::printf("%s\n", listener.value()->clientAddress().c_str()), std::fflush(stdout);
     NSOperationQueue::mainQueue().run();
