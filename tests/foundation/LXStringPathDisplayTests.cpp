@@ -1,16 +1,18 @@
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include "LanguageScope.h"
 #include "foundation/NSString+LXStringPathDisplay.h"
+#include "foundation/NSString+LXStringPaths.h"
 #include "platform/files/MountTable.h"
 #include "platform/text/Localization.h"
 #include "support/Fixtures.h"
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using lxkit::test::TemporaryFolder;
 
 namespace {
@@ -20,34 +22,22 @@ const std::string kComputer = LXLocalizedString("Computer");
 const std::string kTrash = LXLocalizedString("Trash");
 const std::string kHost = "\u2002\u301C\u2002";
 const std::string kSeparator = "\u2002\u3009";
-
-// Points $HOME elsewhere for one test.
-class ScopedHome {
-  public:
-    explicit ScopedHome(const std::string& home) {
-        if (const char* old = std::getenv("HOME"))
-            m_old = old;
-        setenv("HOME", home.c_str(), 1);
-    }
-    ~ScopedHome() {
-        if (m_old)
-            setenv("HOME", m_old->c_str(), 1);
-        else
-            unsetenv("HOME");
-    }
-
-  private:
-    std::optional<std::string> m_old;
-};
+// A cloud documents folder inside another.
+const std::string kCloud = "/Library/Mobile Documents";
+const std::string kCloudFolder = kCloud + "/x" + kCloud;
 
 // Every test sees the same machine: an unlabelled root (so the startup volume is named
 // "Computer") and an SMB share mounted on a folder of the test's own.
 class LXStringPathDisplay : public ::testing::Test {
-  protected:
+protected:
     void SetUp() override {
         m_root = fs::canonical(m_folder.path()).string();
-        fs::create_directories(m_root + "/net/Pictures");
-        std::ofstream(m_root + "/net/Pictures/a.jpg") << "x";
+        for (const std::string& folder :
+             {"/net/Pictures"s, "/home/ann/Pictures"s, "/home/annabel"s, kCloudFolder})
+            fs::create_directories(m_root + folder);
+        for (const std::string& file :
+             {"/net/Pictures/a.jpg"s, "/local.txt"s, "/home/ann/Pictures/a.jpg"s, kCloudFolder + "/doc.txt"})
+            std::ofstream(m_root + file) << "x";
         const std::string share = m_root + "/net";
         SetMountTableProvider([share]() -> std::vector<MountEntry> {
             return {{"lxkit-no-such-device", "/", "ext4"}, {"//nas._smb._tcp.local/photos", share, "cifs"}};
@@ -59,71 +49,86 @@ class LXStringPathDisplay : public ::testing::Test {
     std::string m_root;
 };
 
-TEST_F(LXStringPathDisplay, TrashShowsOnlyItsName) {
-    EXPECT_EQ(LXString::localizedNameForTrash(), kTrash);
-    EXPECT_EQ(LXString::displayPath("/Users/ann/.Trash/x"), kTrash);
-    EXPECT_EQ(LXString::displayPathWithHost("/media/ann/USB/.Trash-1000/files/a", std::string("nas")),
-              kTrash);
-    EXPECT_EQ(LXString::displayStringForPath("/Users/ann/.Trash/x"), kTrash);
-}
-
-TEST_F(LXStringPathDisplay, LocalPathsStartWithTheStartupVolume) {
-    EXPECT_EQ(LXString::displayPath("/"), kComputer);
-    std::ofstream(m_root + "/local.txt") << "x";
-    EXPECT_EQ(LXString::displayPath(m_root + "/local.txt"), kComputer + m_root + "/local.txt");
-    // A path the file manager does not know is shown as it is.
-    EXPECT_EQ(LXString::displayPath("/tmp/lxkit-none/x"), kComputer + "/tmp/lxkit-none/x");
-    EXPECT_EQ(LXString::displayPathWithHost("/tmp/lxkit-none", std::string("server")),
-              "server" + kHost + kComputer + "/tmp/lxkit-none");
-}
-
-TEST_F(LXStringPathDisplay, MountFoldersAreDroppedForMissingPaths) {
+TEST_F(LXStringPathDisplay, DisplayPaths) {
+    lxkit::test::EnvironmentScope home("HOME", (m_root + "/home/ann").c_str());
     const std::string user = g_get_user_name();
-    EXPECT_EQ(LXString::displayPath("/Volumes/Backup/x"), "Backup/x");
-    EXPECT_EQ(LXString::displayPath("/media/" + user + "/Stick/x"), "Stick/x");
-    EXPECT_EQ(LXString::displayPath("/mnt/Disk/x"), "Disk/x");
-    EXPECT_EQ(LXString::displayPathWithHost("/Volumes/Backup/x", std::string("nas")),
-              "nas" + kHost + "Backup/x");
-    EXPECT_EQ(LXString::displayPathWithHost("/Volumes/Backup/x", std::string()), "Backup/x");
-}
-
-TEST_F(LXStringPathDisplay, NetworkFilesShowTheirServer) {
-    const std::string file = m_root + "/net/Pictures/a.jpg";
-    EXPECT_EQ(LXString::hostNameForPath(file), "nas");
-    EXPECT_EQ(LXString::hostNameForPath(m_root), std::nullopt);
-    EXPECT_EQ(LXString::hostNameForPath(m_root + "/net/missing"), std::nullopt);
-    EXPECT_EQ(LXString::displayPath(file), "nas" + kHost + "net/Pictures/a.jpg");
-    // An existing file's own host wins over the one given, even when it has none.
-    EXPECT_EQ(LXString::displayPathWithHost(file, std::string("other")),
-              "nas" + kHost + "net/Pictures/a.jpg");
-    std::ofstream(m_root + "/local.txt") << "x";
-    EXPECT_EQ(LXString::displayPathWithHost(m_root + "/local.txt", std::string("other")),
-              kComputer + m_root + "/local.txt");
-    EXPECT_EQ(LXString::displayStringForPath(file),
+    const std::string network = m_root + "/net/Pictures/a.jpg";
+    const std::string local = m_root + "/local.txt";
+    const struct {
+        std::string path;
+        std::optional<std::string> host;
+        std::string expected;
+    } cases[] = {
+        // The Trash shows only its name, even with a host.
+        {"/Users/ann/.Trash/x", std::nullopt, kTrash},
+        {"/media/ann/USB/.Trash-1000/files/a", "nas", kTrash},
+        // Local paths start with the startup volume; one the file manager does not know is
+        // shown as it is.
+        {"/", std::nullopt, kComputer},
+        {"/tmp/lxkit-none/x", std::nullopt, kComputer + "/tmp/lxkit-none/x"},
+        {"/tmp/lxkit-none", "server", "server" + kHost + kComputer + "/tmp/lxkit-none"},
+        // Mount folders are dropped for missing paths.
+        {"/Volumes/Backup/x", std::nullopt, "Backup/x"},
+        {"/media/" + user + "/Stick/x", std::nullopt, "Stick/x"},
+        {"/mnt/Disk/x", std::nullopt, "Disk/x"},
+        {"/Volumes/Backup/x", "nas", "nas" + kHost + "Backup/x"},
+        {"/Volumes/Backup/x", "", "Backup/x"},
+        // An existing file's own host wins over the one given, even when it has none.
+        {network, std::nullopt, "nas" + kHost + "net/Pictures/a.jpg"},
+        {network, "other", "nas" + kHost + "net/Pictures/a.jpg"},
+        {local, "other", kComputer + local},
+        // The home folder shows as the user's name, matched as a plain text prefix; the
+        // folder of homes itself keeps its full path.
+        {m_root + "/home/ann/Pictures/a.jpg", std::nullopt, "ann/Pictures/a.jpg"},
+        {m_root + "/home/annabel", std::nullopt, "annabel"},
+        {m_root + "/home", std::nullopt, kComputer + m_root + "/home"},
+        // Only the first cloud documents folder is hidden.
+        {m_root + kCloudFolder + "/doc.txt", std::nullopt, kComputer + m_root + "/x" + kCloud + "/doc.txt"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(LXString::displayPathWithHost(c.path, c.host), c.expected) << c.path;
+    EXPECT_EQ(LXString::localizedNameForTrash(), kTrash);
+    EXPECT_EQ(LXString::displayStringForPath(network),
               "nas" + kHost + "net" + kSeparator + "Pictures" + kSeparator + "a.jpg");
 }
 
-TEST_F(LXStringPathDisplay, HomeFolderShowsAsTheUsersName) {
-    const std::string home = m_root + "/home/ann";
-    fs::create_directories(home + "/Pictures");
-    std::ofstream(home + "/Pictures/a.jpg") << "x";
-    fs::create_directories(m_root + "/home/annabel");
-    ScopedHome scoped(home);
-    EXPECT_EQ(LXString::displayPath(home + "/Pictures/a.jpg"), "ann/Pictures/a.jpg");
-    EXPECT_EQ(LXString::displayStringForPath(home + "/Pictures/a.jpg"),
-              "ann" + kSeparator + "Pictures" + kSeparator + "a.jpg");
-    // The home folder is matched as text, as a plain prefix test does.
-    EXPECT_EQ(LXString::displayPath(m_root + "/home/annabel"), "annabel");
-    // The folder of homes itself keeps its full path.
-    EXPECT_EQ(LXString::displayPath(m_root + "/home"), kComputer + m_root + "/home");
+TEST_F(LXStringPathDisplay, HostNamesComeFromNetworkVolumes) {
+    EXPECT_EQ(LXString::hostNameForPath(m_root + "/net/Pictures/a.jpg"), "nas");
+    EXPECT_EQ(LXString::hostNameForPath(m_root), std::nullopt);
+    EXPECT_EQ(LXString::hostNameForPath(m_root + "/net/missing"), std::nullopt);
 }
 
-TEST_F(LXStringPathDisplay, CloudDocumentsFolderIsHiddenOnce) {
-    const std::string cloud = "/Library/Mobile Documents";
-    fs::create_directories(m_root + cloud + "/x" + cloud);
-    std::ofstream(m_root + cloud + "/x" + cloud + "/doc.txt") << "x";
-    EXPECT_EQ(LXString::displayPath(m_root + cloud + "/x" + cloud + "/doc.txt"),
-              kComputer + m_root + "/x" + cloud + "/doc.txt");
+TEST_F(LXStringPathDisplay, TellsNetworkVolumesApart) {
+    const std::string network = m_root + "/net";
+    const int16_t root = LXString::volumeOfPath("/");
+    const int16_t share = LXString::volumeOfPath(network + "/Pictures/a.jpg");
+    EXPECT_NE(root, 0);
+    EXPECT_NE(share, 0);
+    EXPECT_NE(root, share);
+    EXPECT_EQ(LXString::volumeOfPath(network), share);
+    EXPECT_EQ(LXString::volumeOfPath(m_root), root);
+    EXPECT_EQ(LXString::volumeOfPath(network + "/missing"), 0);
+
+    EXPECT_TRUE(LXString::isFilePathOnSharedVolume(network + "/Pictures"));
+    EXPECT_FALSE(LXString::isFilePathOnSharedVolume(m_root));
+    EXPECT_FALSE(LXString::isFilePathOnSharedVolume(network + "/missing"));
+}
+
+TEST_F(LXStringPathDisplay, NamesVolumesByMountFolderElseTheStartupVolume) {
+    const std::string user = g_get_user_name();
+    const std::pair<std::string, std::string> cases[] = {
+        {"/Volumes/Backup/x", "Backup"},
+        {"/Volumes/Backup", "Backup"},
+        {"/media/" + user + "/Stick/a.jpg", "Stick"},
+        {"/run/media/" + user + "/Card", "Card"},
+        {"/mnt/Disk/x", "Disk"},
+        {"/Volumes", kComputer},
+        {"/mnt", kComputer},
+        {"/", kComputer},
+        {"/home/x", kComputer},
+    };
+    for (const auto& [path, name] : cases)
+        EXPECT_EQ(LXString::volumeNameForPath(path), name) << path;
 }
 
 TEST(LXStringDisplayString, ReplacesEverySeparator) {
