@@ -1,19 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "imaging/BitmapConversion.h"
 #include "imaging/CheckerboardPattern.h"
 #include "imaging/ColorSpaces.h"
 #include "platform/graphics/CGContext.h"
 #include "platform/graphics/NSBezierPath.h"
+#include "platform/graphics/PixelTestSupport.h"
+
+using namespace lxkit::test;
 
 namespace {
 
 TEST(PaddedRowBytes, RoundsWholeBytePixelsUpToSixtyFour) {
     struct Case {
         uint64_t width, bitsPerPixel, expected;
-    } cases[] = {{100, 32, 448}, {16, 32, 64}, {17, 32, 128}, {10, 1, 64}, {0, 32, 0}, {64, 8, 64}, {65, 8, 128}};
+    } cases[] = {{100, 32, 448}, {16, 32, 64}, {17, 32, 128}, {10, 1, 64},
+                 {0, 32, 0},     {64, 8, 64},  {65, 8, 128}};
     for (const Case& c : cases)
         EXPECT_EQ(PaddedRowBytes(c.width, c.bitsPerPixel), c.expected) << c.width << " x " << c.bitsPerPixel;
 }
@@ -29,7 +31,8 @@ TEST(ColorSpaces, GettersCacheOneSpaceEach) {
 }
 
 CGImageRef Image(const CGColorSpace* space, size_t bitsPerPixel, CGImageAlphaInfo alpha) {
-    return CGImageCreate(2, 2, 8, bitsPerPixel, 64, space, uint32_t(alpha), NSData::dataWithVector(std::vector<uint8_t>(128)));
+    return CGImageCreate(2, 2, 8, bitsPerPixel, 64, space, uint32_t(alpha),
+                         NSData::dataWithVector(std::vector<uint8_t>(128)));
 }
 
 TEST(ColorSpaces, ChoiceForAnImageFollowsItsSpaceAndTheAllowedKinds) {
@@ -52,32 +55,27 @@ TEST(ColorSpaces, ChoiceForAnImageFollowsItsSpaceAndTheAllowedKinds) {
 }
 
 TEST(CreateCGImageWithNSImage, CutsToWholePixelsAndPutsWhiteUnderTransparency) {
-    auto image = NSImage::imageWithSize(NSMakeSize(10.7, 20.2));
+    auto image = drawnImage(NSMakeSize(10.7, 20.2), [] {
+        NSColor::colorWithDeviceRed(1, 0, 0, 1).set();
+        NSBezierPath::fillRect(NSMakeRect(0, 0, 4, 4)); // bottom-left red, the rest transparent
+    });
     ASSERT_TRUE(image);
-    image->lockFocus();
-    NSColor::colorWithDeviceRed(1, 0, 0, 1).set();
-    NSBezierPath::fillRect(NSMakeRect(0, 0, 4, 4)); // bottom-left red, the rest transparent
-    image->unlockFocus();
-
     CGImageRef bitmap = CreateCGImageWithNSImage(*image);
     ASSERT_TRUE(bitmap);
     EXPECT_EQ(bitmap->width(), 10u);
     EXPECT_EQ(bitmap->height(), 20u);
     EXPECT_EQ(bitmap->bytesPerRow(), 64u);
     EXPECT_EQ(bitmap->bitmapInfo(), 0x2001u);
-    auto pixel = [&](size_t x, size_t row) {
-        const uint8_t* p = bitmap->data().bytes() + row * 64 + x * 4;
-        return std::vector<int>{p[0], p[1], p[2], p[3]}; // alpha, blue, green, red
-    };
-    // The 11 x 20 pixels of the 10.7-point image are drawn from its first 10 x 20 points,
-    // so only pixels away from the red square's edge are exact.
-    EXPECT_EQ(pixel(1, 18), (std::vector<int>{255, 0, 0, 255}));
-    EXPECT_EQ(pixel(2, 17), (std::vector<int>{255, 0, 0, 255}));
-    EXPECT_EQ(pixel(7, 18), (std::vector<int>{255, 255, 255, 255}));
-    EXPECT_EQ(pixel(9, 0), (std::vector<int>{255, 255, 255, 255}));
-    for (size_t row = 0; row < 20; ++row)
-        for (size_t x = 0; x < 10; ++x)
-            EXPECT_EQ(pixel(x, row)[0], 255) << "opaque everywhere";
+    // Bytes alpha, blue, green, red. The 11 x 20 pixels of the 10.7-point image are drawn
+    // from its first 10 x 20 points, so only pixels away from the red square's edge are exact.
+    const uint32_t red = 0xff0000ff, white = 0xffffffff;
+    EXPECT_EQ(pixelAt(*bitmap, 1, 18), red);
+    EXPECT_EQ(pixelAt(*bitmap, 2, 17), red);
+    EXPECT_EQ(pixelAt(*bitmap, 7, 18), white);
+    EXPECT_EQ(pixelAt(*bitmap, 9, 0), white);
+    for (int row = 0; row < 20; ++row)
+        for (int x = 0; x < 10; ++x)
+            EXPECT_EQ(pixelAt(*bitmap, x, row) & 0xff, 255u) << "opaque everywhere";
 }
 
 TEST(CreateCGImageWithNSImage, NoWholePixelGivesNothing) {
@@ -89,27 +87,20 @@ TEST(CreateCGImageWithNSImage, NoWholePixelGivesNothing) {
 TEST(Checkerboard, TilesEveryThirtyTwoWithWhiteBottomLeftAndTopRight) {
     CGColorRef pattern = CreateBackgroundPatternColorWithTransform(NSAffineTransformStruct{});
     ASSERT_TRUE(pattern);
-    CGBitmapContextRef bitmap = CGBitmapContextCreate(nullptr, 64, 64, 8, 0, GetCalibratedRGBColorSpace(),
-                                                      kCGBitmapInfoCairoARGB32);
+    CGBitmapContextRef bitmap =
+        CGBitmapContextCreate(nullptr, 64, 64, 8, 0, GetCalibratedRGBColorSpace(), kCGBitmapInfoCairoARGB32);
     ASSERT_TRUE(bitmap);
     CGContextSetFillColorWithColor(bitmap->context(), pattern.get());
     CGContextFillRect(bitmap->context(), NSMakeRect(0, 0, 64, 64));
-    const uint8_t* data = bitmap->data();
     // (x, y) with y up; rows in memory run top first.
-    auto at = [&](int x, int y) {
-        uint32_t word;
-        std::memcpy(&word, data + size_t(63 - y) * bitmap->bytesPerRow() + size_t(x) * 4, 4);
-        return word;
-    };
-    const uint32_t white = 0xffffffff;
-    const uint32_t blue = 0xff000000u | uint32_t(std::lround(0.91 * 255)) << 16 |
-                          uint32_t(std::lround(0.937 * 255)) << 8 | uint32_t(std::lround(0.992 * 255));
+    auto at = [&](int x, int y) { return wordAt(bitmap->data(), bitmap->bytesPerRow(), x, 63 - y); };
+    const uint32_t white = 0xffffffff, blue = 0xffe8effd; // 0.91, 0.937, 0.992
     struct Case {
         int x, y;
         uint32_t expected;
-    } cases[] = {{0, 0, white},   {15, 15, white}, {16, 15, blue},  {15, 16, blue},  {16, 16, white},
-                 {31, 31, white}, {32, 31, blue},  {31, 32, blue},  {32, 32, white}, {47, 47, white},
-                 {48, 48, white}, {63, 0, blue},   {0, 63, blue},   {33, 1, white},  {1, 33, white}};
+    } cases[] = {{0, 0, white},   {15, 15, white}, {16, 15, blue}, {15, 16, blue},  {16, 16, white},
+                 {31, 31, white}, {32, 31, blue},  {31, 32, blue}, {32, 32, white}, {48, 48, white},
+                 {63, 0, blue},   {0, 63, blue},   {33, 1, white}, {1, 33, white}};
     for (const Case& c : cases)
         EXPECT_EQ(at(c.x, c.y), c.expected) << c.x << ", " << c.y;
 }

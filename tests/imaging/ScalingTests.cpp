@@ -15,18 +15,17 @@ constexpr NSSize S(double w, double h) {
 }
 
 // Thirds do not come out the same in every order of operations.
-bool near(double a, double b) {
-    return std::fabs(a - b) <= 1e-9 * std::max(1.0, std::fabs(b));
+testing::AssertionResult RectsNear(NSRect a, NSRect b) {
+    for (auto [x, y] : {std::pair{a.origin.x, b.origin.x},
+                        {a.origin.y, b.origin.y},
+                        {a.size.width, b.size.width},
+                        {a.size.height, b.size.height}})
+        if (std::fabs(x - y) > 1e-9 * std::max(1.0, std::fabs(y)))
+            return testing::AssertionFailure() << NSStringFromRect(a) << " is not " << NSStringFromRect(b);
+    return testing::AssertionSuccess();
 }
 testing::AssertionResult SizesNear(NSSize a, NSSize b) {
-    if (near(a.width, b.width) && near(a.height, b.height))
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << NSStringFromSize(a) << " is not " << NSStringFromSize(b);
-}
-testing::AssertionResult RectsNear(NSRect a, NSRect b) {
-    if (near(a.origin.x, b.origin.x) && near(a.origin.y, b.origin.y) && SizesNear(a.size, b.size))
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << NSStringFromRect(a) << " is not " << NSStringFromRect(b);
+    return RectsNear({NSZeroPoint, a}, {NSZeroPoint, b});
 }
 
 TEST(Scaling, SizesShrinkOnlyOrShrinkAndGrow) {

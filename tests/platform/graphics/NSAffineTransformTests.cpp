@@ -5,6 +5,7 @@
 #include "platform/graphics/NSAffineTransform.h"
 #include "platform/graphics/NSGraphicsContext.h"
 #include "platform/graphics/NSImage.h"
+#include "platform/graphics/PixelTestSupport.h"
 
 namespace {
 
@@ -34,53 +35,31 @@ NSAffineTransform frameTransform(NSSize frame, int rotation, bool flipHorizontal
     return transform;
 }
 
-struct FrameCase {
-    const char* name;
-    int rotation;
-    bool flipHorizontal;
-    bool flipVertical;
-    NSPoint (*expected)(NSPoint);
-};
-
-const FrameCase kFrameCases[] = {
-    {"rotation 90", 90, false, false,
-     [](NSPoint p) {
-         return NSPoint{p.y - 40, 280 - p.x};
-     }},
-    {"rotation -90", -90, false, false,
-     [](NSPoint p) {
-         return NSPoint{280 - p.y, p.x + 40};
-     }},
-    {"flip horizontal", 0, true, false,
-     [](NSPoint p) {
-         return NSPoint{320 - p.x, p.y};
-     }},
-    {"flip vertical", 0, false, true,
-     [](NSPoint p) {
-         return NSPoint{p.x, 240 - p.y};
-     }},
-    // Mirrored vertically first, then horizontally: a half turn about the frame's centre.
-    {"both flips", 0, true, true,
-     [](NSPoint p) {
-         return NSPoint{320 - p.x, 240 - p.y};
-     }},
-    // The flip acts first, over the swapped height 320; then the quarter turn.
-    {"rotation 90 after flip vertical", 90, false, true,
-     [](NSPoint p) {
-         return NSPoint{280 - p.y, 280 - p.x};
-     }},
-};
-
 TEST(NSAffineTransform, FrameTransformsOfA320By240FrameMapPointsAsTheIntervalJobNeeds) {
-    const NSPoint points[] = {{0, 0}, {320, 240}, {10, 200}, {160, 120}, {300.5, 17.25}};
-    for (const FrameCase& c : kFrameCases) {
+    // An affine map is fixed by where it sends three corners: (0, 0), (320, 0), (0, 240).
+    struct Case {
+        const char* name;
+        int rotation;
+        bool flipHorizontal, flipVertical;
+        NSPoint corners[3];
+    } cases[] = {
+        {"rotation 90", 90, false, false, {{-40, 280}, {-40, -40}, {200, 280}}},
+        {"rotation -90", -90, false, false, {{280, 40}, {280, 360}, {40, 40}}},
+        {"flip horizontal", 0, true, false, {{320, 0}, {0, 0}, {320, 240}}},
+        {"flip vertical", 0, false, true, {{0, 240}, {320, 240}, {0, 0}}},
+        // Mirrored vertically first, then horizontally: a half turn about the frame's centre.
+        {"both flips", 0, true, true, {{320, 240}, {0, 240}, {320, 0}}},
+        // The flip acts first, over the swapped height 320; then the quarter turn.
+        {"rotation 90 after flip vertical", 90, false, true, {{280, 280}, {280, -40}, {40, 280}}},
+    };
+    const NSPoint corners[3] = {{0, 0}, {320, 0}, {0, 240}};
+    for (const Case& c : cases) {
         NSAffineTransform transform =
             frameTransform({320, 240}, c.rotation, c.flipHorizontal, c.flipVertical);
-        for (NSPoint p : points) {
-            NSPoint got = transform.transformPoint(p);
-            NSPoint want = c.expected(p);
-            EXPECT_NEAR(got.x, want.x, 1e-9) << c.name << " at (" << p.x << ", " << p.y << ")";
-            EXPECT_NEAR(got.y, want.y, 1e-9) << c.name << " at (" << p.x << ", " << p.y << ")";
+        for (int i = 0; i < 3; ++i) {
+            NSPoint got = transform.transformPoint(corners[i]);
+            EXPECT_NEAR(got.x, c.corners[i].x, 1e-9) << c.name << " corner " << i;
+            EXPECT_NEAR(got.y, c.corners[i].y, 1e-9) << c.name << " corner " << i;
         }
     }
 }
@@ -88,9 +67,9 @@ TEST(NSAffineTransform, FrameTransformsOfA320By240FrameMapPointsAsTheIntervalJob
 TEST(NSAffineTransform, TheOperationAddedLastActsFirst) {
     NSAffineTransform transform;
     transform.translateXBy(10, 0);
-    transform.scaleXBy(2, 3);
+    transform.scaleXBy(2, -1);
     // Scaled first, then moved.
-    EXPECT_EQ(transform.transformPoint({1, 1}), (NSPoint{12, 3}));
+    EXPECT_EQ(transform.transformPoint({1, 1}), (NSPoint{12, -1}));
 
     NSAffineTransform scale;
     scale.scaleBy(2);
@@ -102,6 +81,8 @@ TEST(NSAffineTransform, TheOperationAddedLastActsFirst) {
     NSAffineTransform prepended = scale;
     prepended.prependTransform(move); // move, then scale
     EXPECT_EQ(prepended.transformPoint({1, 1}), (NSPoint{12, 16}));
+    // Sizes ignore the translation but keep the sign.
+    EXPECT_EQ(transform.transformSize({3, 4}), (NSSize{6, -4}));
 }
 
 TEST(NSAffineTransform, RotationIsCounterClockwiseAndKeepsItsRoundingError) {
@@ -134,26 +115,17 @@ TEST(NSAffineTransform, InvertUndoesAndSingularMatricesStayUnchanged) {
     EXPECT_EQ(singular.transformStruct(), before);
 }
 
-TEST(NSAffineTransform, TransformSizeIgnoresTheTranslation) {
-    NSAffineTransform transform;
-    transform.translateXBy(100, 100);
-    transform.scaleXBy(2, -1);
-    EXPECT_EQ(transform.transformSize({3, 4}), (NSSize{6, -4}));
-}
-
 TEST(NSAffineTransform, ConcatActsOnWhatIsDrawnNextInTheCurrentContext) {
-    auto canvas = NSImage::imageWithSize({4, 4});
-    ASSERT_TRUE(canvas);
-    canvas->lockFocus();
-    NSAffineTransform transform;
-    transform.translateXBy(1, 2);
-    transform.concat();
     double x = 0, y = 0;
-    cairo_user_to_device(NSGraphicsContext::currentContext()->cairo(), &x, &y);
-    canvas->unlockFocus();
-    // Point (0, 0) moved to (1, 2) in a y-up space: device column 1, row 4 - 2.
+    ASSERT_TRUE(lxkit::test::drawnImage({4, 4}, [&] {
+        NSAffineTransform transform;
+        transform.translateXBy(1, 1);
+        transform.concat();
+        cairo_user_to_device(NSGraphicsContext::currentContext()->cairo(), &x, &y);
+    }));
+    // (0, 0) moved to (1, 1) in a y-up space 4 high: device column 1, row 4 - 1.
     EXPECT_DOUBLE_EQ(x, 1);
-    EXPECT_DOUBLE_EQ(y, 2);
+    EXPECT_DOUBLE_EQ(y, 3);
 }
 
 } // namespace

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "platform/core/NSData.h"
+#include "platform/graphics/CGImage.h"
 #include "platform/graphics/NSImage.h"
 #include "support/Fixtures.h"
 
@@ -17,26 +21,44 @@ namespace lxkit::test {
 constexpr uint32_t argb(uint32_t a, uint32_t r, uint32_t g, uint32_t b) {
     return a << 24 | r << 16 | g << 8 | b;
 }
-constexpr uint32_t alphaOf(uint32_t word) {
-    return word >> 24;
-}
-constexpr uint32_t redOf(uint32_t word) {
-    return (word >> 16) & 0xff;
-}
-constexpr uint32_t greenOf(uint32_t word) {
-    return (word >> 8) & 0xff;
-}
-constexpr uint32_t blueOf(uint32_t word) {
-    return word & 0xff;
-}
+inline constexpr auto alphaOf = [](uint32_t word) { return word >> 24; };
+inline constexpr auto redOf = [](uint32_t word) { return (word >> 16) & 0xff; };
+inline constexpr auto greenOf = [](uint32_t word) { return (word >> 8) & 0xff; };
+inline constexpr auto blueOf = [](uint32_t word) { return word & 0xff; };
 
-inline uint32_t pixelAt(const NSBitmapImageRep& bitmap, int x, int row) {
+inline uint32_t wordAt(const uint8_t* data, size_t bytesPerRow, int x, int row) {
     uint32_t word;
-    std::memcpy(&word, bitmap.bitmapData() + size_t(row) * size_t(bitmap.bytesPerRow()) + size_t(x) * 4, 4);
+    std::memcpy(&word, data + size_t(row) * bytesPerRow + size_t(x) * 4, 4);
     return word;
+}
+inline uint32_t pixelAt(const NSBitmapImageRep& bitmap, int x, int row) {
+    return wordAt(bitmap.bitmapData(), size_t(bitmap.bytesPerRow()), x, row);
 }
 inline uint32_t pixelAt(const NSImage& image, int x, int row) {
     return pixelAt(image.bitmap(), x, row);
+}
+inline uint32_t pixelAt(const CGImage& image, int x, int row) {
+    return wordAt(image.data().bytes(), image.bytesPerRow(), x, row);
+}
+
+/// Whether every channel of two pixel words differs by at most `tolerance`.
+inline testing::AssertionResult ColoursNear(uint32_t got, uint32_t want, int tolerance) {
+    for (int shift : {24, 16, 8, 0})
+        if (std::abs(int((got >> shift) & 0xff) - int((want >> shift) & 0xff)) > tolerance)
+            return testing::AssertionFailure() << std::hex << got << " is not within " << std::dec
+                                               << tolerance << " of " << std::hex << want;
+    return testing::AssertionSuccess();
+}
+
+/// A new transparent canvas of `size` points after `draw` ran with the focus on it.
+inline std::shared_ptr<NSImage> drawnImage(NSSize size, const std::function<void()>& draw) {
+    auto image = NSImage::imageWithSize(size);
+    if (image) {
+        image->lockFocus();
+        draw();
+        image->unlockFocus();
+    }
+    return image;
 }
 
 /// An image of one pixel per point whose pixel (x, row) is `word(x, row)`.

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -20,7 +19,7 @@ namespace lxkit::test {
 /// (-displayfd) and stopped with the object. `display()` is empty when it could not
 /// start.
 class XvfbServer {
-  public:
+public:
     XvfbServer(int width, int height) {
         int pipeEnds[2];
         if (pipe(pipeEnds) != 0)
@@ -29,7 +28,7 @@ class XvfbServer {
         std::string geometry = std::to_string(width) + "x" + std::to_string(height) + "x24";
         // -noreset: by default the server resets when its last client leaves, and a
         // connection made during the reset fails.
-        const char* arguments[] = {"Xvfb",    "-displayfd", fd.c_str(), "-screen",  "0",
+        const char* arguments[] = {"Xvfb",           "-displayfd", fd.c_str(), "-screen",  "0",
                                    geometry.c_str(), "-nolisten",  "tcp",      "-noreset", nullptr};
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
@@ -68,31 +67,16 @@ class XvfbServer {
     const std::string& display() const { return m_display; }
 
     /// Whether an Xvfb binary is on the PATH at all.
-    static bool available() {
-        const char* path = std::getenv("PATH");
-        std::string folders = path ? path : "/usr/bin:/bin";
-        size_t start = 0;
-        while (start <= folders.size()) {
-            size_t end = folders.find(':', start);
-            std::string folder =
-                folders.substr(start, end == std::string::npos ? std::string::npos : end - start);
-            if (!folder.empty() && access((std::filesystem::path(folder) / "Xvfb").c_str(), X_OK) == 0)
-                return true;
-            if (end == std::string::npos)
-                break;
-            start = end + 1;
-        }
-        return false;
-    }
+    static bool available() { return std::system("command -v Xvfb > /dev/null 2>&1") == 0; }
 
-  private:
+private:
     pid_t m_pid = 0;
     std::string m_display;
 };
 
 /// Sets $DISPLAY for the life of the object and puts back what was there.
 class ScopedDisplay {
-  public:
+public:
     explicit ScopedDisplay(const std::optional<std::string>& display) {
         if (const char* old = std::getenv("DISPLAY"))
             m_saved = old;
@@ -110,7 +94,7 @@ class ScopedDisplay {
     ScopedDisplay(const ScopedDisplay&) = delete;
     ScopedDisplay& operator=(const ScopedDisplay&) = delete;
 
-  private:
+private:
     std::optional<std::string> m_saved;
 };
 
