@@ -60,8 +60,9 @@ TEST(LXArray, RecordLookUpsByKeyAndKeyPath) {
     EXPECT_EQ(LXArray::dictionaryContainingObject(records, "a", "name"), &records[2]);
     EXPECT_EQ(LXArray::dictionaryContainingObject(records, "zzz", "name"), nullptr);
 
-    PropertyArray kept = LXArray::arrayByRemovingObjectsFromArray(records, {"a", "x"}, "name");
-    EXPECT_EQ(kept, (PropertyArray{records[1], records[3]})) << "order kept; a record without the key stays";
+    EXPECT_EQ(LXArray::arrayByRemovingObjectsFromArray(records, {"a", "x"}, "name"),
+              (PropertyArray{records[1], records[3]}))
+        << "order kept; a record without the key stays";
     EXPECT_EQ(LXArray::arrayByRemovingObjectsFromArray(records, {N(10), N(30)}, "info.size"),
               (PropertyArray{records[1], records[3]}));
 }

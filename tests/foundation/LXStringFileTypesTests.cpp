@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -45,13 +46,9 @@ TEST(LXStringFileTypes, CodeFormConvertsOnlyThroughItsDynamicIdentifier) {
 }
 
 TEST(LXStringFileTypes, ConvertsBetweenIdentifiersExtensionsAndTags) {
-    struct Case {
-        const char* typeString;
-        std::optional<std::string> identifier;
-        std::optional<std::string> extension;
-        std::optional<std::string> tag;
-    };
-    const Case cases[] = {
+    using Text = std::optional<std::string>;
+    // type string, identifier, extension, tag
+    const std::tuple<const char*, Text, Text, Text> cases[] = {
         {"", std::nullopt, std::nullopt, std::nullopt},
         {"public.jpeg", "public.jpeg", "jpg", "jpg"},
         {"JPEG", "public.jpeg", "JPEG", "jpg"},
@@ -62,11 +59,11 @@ TEST(LXStringFileTypes, ConvertsBetweenIdentifiersExtensionsAndTags) {
         {"public.item", "public.item", std::nullopt, std::nullopt},
         {"my.file", "my.file", std::nullopt, std::nullopt}, // a point makes an identifier
     };
-    for (const Case& item : cases) {
-        SCOPED_TRACE(item.typeString);
-        EXPECT_EQ(LXString::fileTypeIdentifier(item.typeString), item.identifier);
-        EXPECT_EQ(LXString::fileTypeExtension(item.typeString), item.extension);
-        EXPECT_EQ(LXString::fileTypeTag(item.typeString), item.tag);
+    for (const auto& [typeString, identifier, extension, tag] : cases) {
+        SCOPED_TRACE(typeString);
+        EXPECT_EQ(LXString::fileTypeIdentifier(typeString), identifier);
+        EXPECT_EQ(LXString::fileTypeExtension(typeString), extension);
+        EXPECT_EQ(LXString::fileTypeTag(typeString), tag);
     }
     // An unknown extension goes out and comes back through its dynamic identifier.
     const std::string dynamic = LXString::fileTypeIdentifier("LXK").value_or("");

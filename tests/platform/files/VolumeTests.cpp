@@ -5,43 +5,26 @@
 
 namespace {
 
-struct UrlCase {
-    MountEntry entry;
-    const char* scheme;
-    const char* host;
-    const char* path;
-};
-
+// The URL as scheme://host/path: the host is what names a server to the user.
 TEST(VolumeURLForMount, NamesServersOfNetworkFileSystems) {
-    const UrlCase cases[] = {
-        {{"//nas._smb._tcp.local/photos", "/mnt/photos", "cifs"}, "smb", "nas._smb._tcp.local", "/photos"},
-        {{"filer:/export/home", "/net/home", "nfs"}, "nfs", "filer", "/export/home"},
-        {{"[fd00::1]:/srv", "/net/v6", "nfs4"}, "nfs", "fd00::1", "/srv"},
-        {{"ann@box.example:/home/ann", "/home/ann/remote", "fuse.sshfs"}, "sftp", "box.example", "/home/ann"},
-        {{"box:", "/mnt/box", "fuse.sshfs"}, "sftp", "box", "/"},
+    const std::pair<MountEntry, const char*> cases[] = {
+        {{"//nas._smb._tcp.local/photos", "/mnt/photos", "cifs"}, "smb://nas._smb._tcp.local/photos"},
+        {{"filer:/export/home", "/net/home", "nfs"}, "nfs://filer/export/home"},
+        {{"[fd00::1]:/srv", "/net/v6", "nfs4"}, "nfs://fd00::1/srv"},
+        {{"ann@box.example:/home/ann", "/home/ann/remote", "fuse.sshfs"}, "sftp://box.example/home/ann"},
+        {{"box:", "/mnt/box", "fuse.sshfs"}, "sftp://box/"},
         {{"https://dav.example.org:8443/remote.php", "/mnt/dav", "davfs"},
-         "https",
-         "dav.example.org",
-         "/remote.php"},
-        {{"curlftpfs#ftp://ftp.example.org/", "/mnt/ftp", "fuse.curlftpfs"}, "ftp", "ftp.example.org", "/"},
+         "https://dav.example.org/remote.php"},
+        {{"curlftpfs#ftp://ftp.example.org/", "/mnt/ftp", "fuse.curlftpfs"}, "ftp://ftp.example.org/"},
         {{"smb-share:server=nas.local,share=my%20photos", "/run/user/0/gvfs/x", "gvfs"},
-         "smb",
-         "nas.local",
-         "/my photos"},
-        {{"sftp:host=shell.example,user=ann", "/run/user/0/gvfs/y", "gvfs"}, "sftp", "shell.example", "/"},
+         "smb://nas.local/my photos"},
+        {{"sftp:host=shell.example,user=ann", "/run/user/0/gvfs/y", "gvfs"}, "sftp://shell.example/"},
         {{"dav:host=cloud.example,ssl=true,prefix=%2Fdav", "/run/user/0/gvfs/z", "gvfs"},
-         "davs",
-         "cloud.example",
-         "/"},
-        {{"/dev/sdb1", "/media/ann/USB", "vfat"}, "file", "", "/media/ann/USB"},
+         "davs://cloud.example/"},
+        {{"/dev/sdb1", "/media/ann/USB", "vfat"}, "file:///media/ann/USB"},
     };
-    for (const UrlCase& item : cases) {
-        SCOPED_TRACE(item.entry.source);
-        const VolumeURL url = VolumeURLForMount(item.entry);
-        EXPECT_EQ(url.scheme, item.scheme);
-        EXPECT_EQ(url.host, item.host);
-        EXPECT_EQ(url.path, item.path);
-    }
+    for (const auto& [entry, url] : cases)
+        EXPECT_EQ(VolumeURLForMount(entry).string(), url) << entry.source;
 }
 
 class ProvidedMountTable : public ::testing::Test {

