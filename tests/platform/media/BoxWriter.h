@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,9 +12,10 @@ namespace lxkit::test {
 /// write: user-data atoms beside the ones it writes, and a poster time.
 using Bytes = std::vector<uint8_t>;
 
-inline void PutU32(Bytes& bytes, uint32_t value) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        bytes.push_back(uint8_t(value >> shift));
+/// Appends the low `width` bytes of `value`, most significant first.
+inline void PutBigEndian(Bytes& bytes, uint64_t value, int width) {
+    for (int i = width - 1; i >= 0; --i)
+        bytes.push_back(uint8_t(value >> (8 * i)));
 }
 
 inline void SetU32(Bytes& bytes, size_t offset, uint32_t value) {
@@ -21,10 +23,22 @@ inline void SetU32(Bytes& bytes, size_t offset, uint32_t value) {
         bytes[offset + size_t(i)] = uint8_t(value >> (24 - 8 * i));
 }
 
+inline uint32_t GetU32(const Bytes& bytes, size_t offset) {
+    return uint32_t(bytes[offset]) << 24 | uint32_t(bytes[offset + 1]) << 16 |
+           uint32_t(bytes[offset + 2]) << 8 | bytes[offset + 3];
+}
+
+inline Bytes Concat(std::initializer_list<Bytes> parts) {
+    Bytes out;
+    for (const auto& part : parts)
+        out.insert(out.end(), part.begin(), part.end());
+    return out;
+}
+
 /// `type` is four bytes, such as "\xA9swr" for the atom ©swr.
 inline Bytes Box(std::string_view type, const Bytes& payload) {
     Bytes box;
-    PutU32(box, uint32_t(8 + payload.size()));
+    PutBigEndian(box, 8 + payload.size(), 4);
     box.insert(box.end(), type.begin(), type.end());
     box.insert(box.end(), payload.begin(), payload.end());
     return box;
@@ -41,8 +55,7 @@ inline Bytes UserDataText(std::string_view text) {
 inline size_t FindTopLevelBox(const Bytes& file, std::string_view type) {
     size_t position = 0;
     while (position + 8 <= file.size()) {
-        uint32_t size = uint32_t(file[position]) << 24 | uint32_t(file[position + 1]) << 16 |
-                        uint32_t(file[position + 2]) << 8 | file[position + 3];
+        uint32_t size = GetU32(file, position);
         if (std::string_view(reinterpret_cast<const char*>(&file[position + 4]), 4) == type)
             return position;
         if (size < 8)
@@ -58,8 +71,7 @@ inline bool AppendToMovieBox(Bytes& file, const Bytes& child) {
     size_t movie = FindTopLevelBox(file, "moov");
     if (movie == std::string::npos)
         return false;
-    uint32_t size = uint32_t(file[movie]) << 24 | uint32_t(file[movie + 1]) << 16 |
-                    uint32_t(file[movie + 2]) << 8 | file[movie + 3];
+    uint32_t size = GetU32(file, movie);
     if (movie + size != file.size())
         return false;
     file.insert(file.end(), child.begin(), child.end());

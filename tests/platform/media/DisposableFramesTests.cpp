@@ -1,8 +1,8 @@
-#include "platform/media/DisposableFrames.h"
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include "platform/media/DisposableFrames.h"
 
 namespace {
 

@@ -1,42 +1,36 @@
-#include "platform/media/QTMovie.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <random>
 
+#include <gtest/gtest.h>
+
 #include "MovieFixtures.h"
+#include "platform/media/QTMovie.h"
 
 namespace lxkit::test {
 namespace {
 
 constexpr double kMinimumPSNR = 35.0;
 
-std::string Seconds(double seconds) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f", seconds);
-    return text;
-}
-
 /// Grabs `time` and compares it with the ffmpeg command line's frame. The command line
 /// shows the first frame at or after a time, so it is asked for the start of the frame
 /// on screen at `time` (25 fps movies here, so frame k starts at k / 25 s).
 void ExpectFrameMatches(QTMovie& movie, const std::filesystem::path& path, QTTime time, PixelSize size,
-                        std::map<int64_t, std::vector<uint8_t>>& references, const std::string& options = "") {
+                        std::map<int64_t, std::vector<uint8_t>>& references,
+                        const std::string& options = "") {
     int64_t frame = time.timeValue * 25 / time.timeScale;
     auto& reference = references[frame];
     if (reference.empty())
-        reference = ReferenceFrame(path, Seconds(double(frame) / 25.0), size.width, size.height, options);
+        reference =
+            ReferenceFrame(path, std::to_string(double(frame) / 25.0), size.width, size.height, options);
     auto image = movie.frameImageAtTime(time, {NSMakeSize(size.width, size.height)});
     ASSERT_FALSE(image.isError()) << QTStringFromTime(time) << ": " << image.error().message;
     ASSERT_TRUE(image.value());
     EXPECT_EQ(image.value()->size(), NSMakeSize(size.width, size.height));
     ASSERT_EQ(image.value()->bitmap().pixelSize(), size);
     double quality = psnr(ImageRGB(*image.value()), reference);
-    EXPECT_GE(quality, kMinimumPSNR) << path.filename() << " at " << QTStringFromTime(time) << " (frame " << frame
-                                     << ")";
+    EXPECT_GE(quality, kMinimumPSNR) << path.filename() << " at " << QTStringFromTime(time) << " (frame "
+                                     << frame << ")";
 }
 
 /// The times to check, in the movie's time scale: the start, just after it, frame
@@ -65,14 +59,14 @@ TEST(FrameImage, MatchesTheCommandLineAtEveryKindOfTime) {
         std::map<int64_t, std::vector<uint8_t>> references;
         auto times = TimesToCheck(*movie);
         // Ascending grabs decode on; descending and shuffled ones seek back.
-        for (const auto& time : times)
-            ExpectFrameMatches(*movie, path, time, {320, 240}, references);
-        std::reverse(times.begin(), times.end());
-        for (const auto& time : times)
-            ExpectFrameMatches(*movie, path, time, {320, 240}, references);
-        std::shuffle(times.begin(), times.end(), std::mt19937(7));
-        for (const auto& time : times)
-            ExpectFrameMatches(*movie, path, time, {320, 240}, references);
+        for (int order = 0; order < 3; ++order) {
+            if (order == 1)
+                std::reverse(times.begin(), times.end());
+            if (order == 2)
+                std::shuffle(times.begin(), times.end(), std::mt19937(7));
+            for (const auto& time : times)
+                ExpectFrameMatches(*movie, path, time, {320, 240}, references);
+        }
         // A fresh movie whose first grab lies deep inside.
         auto fresh = OpenMovie(path);
         ExpectFrameMatches(*fresh, path, times.front(), {320, 240}, references);
@@ -135,30 +129,40 @@ TEST(FrameImage, GivesNothingOutsideTheMovieOrWithoutPixels) {
 TEST(FrameImage, TurnsAndStretchesLikeThePlayer) {
     struct Case {
         std::filesystem::path movie;
+        std::optional<NSSize> shown; // the track's bounds and the movie's first size
         PixelSize size;
     };
-    auto source = BFrameMovie(12).string();
     const Case cases[] = {
-        {makeMovie("rotated.mp4", "-i '" + source + "' -c copy -metadata:s:v:0 rotate=90"), {240, 320}},
-        {makeMovie("rotated270.mp4", "-i '" + source + "' -c copy -metadata:s:v:0 rotate=270"), {120, 160}},
-        {makeMovie("rotated180.mp4", "-i '" + source + "' -c copy -metadata:s:v:0 rotate=180"), {320, 240}},
-        {makeMovie("anamorphic.mp4", kTestSource + "-t 1 -vf setsar=2 " + kH264), {640, 240}},
+        {RotatedMovie(90), NSMakeSize(240, 320), {240, 320}},
+        {RotatedMovie(270), NSMakeSize(240, 320), {120, 160}},
+        {RotatedMovie(180), NSMakeSize(320, 240), {320, 240}},
+        {makeMovie("anamorphic.mp4", kTestSource + "-t 1 -vf setsar=2 " + kH264),
+         NSMakeSize(640, 240),
+         {640, 240}},
+        {makeMovie("anamorphic-narrow.mkv", kTestSource + "-t 1 -vf setsar=1/2 " + kH264),
+         NSMakeSize(160, 240),
+         {160, 240}},
         // 4:2:2 changes shape under a quarter turn, so it takes the other road.
-        {makeMovie("rotated422.mov", kTestSource + "-t 1 -c:v prores -pix_fmt yuv422p10le -metadata:s:v:0 rotate=270"),
+        {makeMovie("rotated422.mov",
+                   kTestSource + "-t 1 -c:v prores -pix_fmt yuv422p10le -metadata:s:v:0 rotate=270"),
+         std::nullopt,
          {240, 320}},
     };
     for (const auto& c : cases) {
         auto movie = OpenMovie(c.movie);
         ASSERT_TRUE(movie);
+        if (c.shown) {
+            EXPECT_EQ(movie->tracks()[0]->bounds(), NSMakeRect(0, 0, c.shown->width, c.shown->height))
+                << c.movie;
+            EXPECT_EQ(movie->currentSize(), c.shown) << c.movie;
+        }
         std::map<int64_t, std::vector<uint8_t>> references;
         ExpectFrameMatches(*movie, c.movie, QTMakeTime(480, 1000), c.size, references);
     }
 }
 
 TEST(FrameImage, UsesTheFirstEnabledVideoTrack) {
-    auto path = makeMovie("two-one-enabled.mp4", kTestSource + "-f lavfi -i testsrc2=size=160x480:rate=25 -t 1 "
-                                                               "-map 0 -map 1 " +
-                                                     kH264);
+    auto path = makeMovie("two-one-enabled.mp4", TwoPictureTracks());
     auto movie = OpenMovie(path);
     ASSERT_TRUE(movie);
     ASSERT_EQ(movie->tracks().size(), 2u);
@@ -172,9 +176,9 @@ TEST(FrameImage, UsesTheFirstEnabledVideoTrack) {
 }
 
 TEST(FrameImage, SurvivesHostileBytes) {
-    auto original = readFile(makeMovie("tiny.mp4", "-f lavfi -i testsrc2=size=64x48:rate=25 -t 1 " + kH264 +
-                                                       "-bf 2 -g 8"));
-    auto mkv = readFile(makeMovie("tiny.mkv", "-f lavfi -i testsrc2=size=64x48:rate=25 -t 1 " + kH264 + "-bf 2 -g 8"));
+    const std::string tiny = "-f lavfi -i testsrc2=size=64x48:rate=25 -t 1 " + kH264 + "-bf 2 -g 8";
+    auto original = readFile(makeMovie("tiny.mp4", tiny));
+    auto mkv = readFile(makeMovie("tiny.mkv", tiny));
     std::mt19937 random(20240611);
     int opened = 0, grabbed = 0;
     for (int round = 0; round < 160; ++round) {
@@ -202,7 +206,8 @@ TEST(FrameImage, SurvivesHostileBytes) {
         }
         ++opened;
         auto& m = *movie.value();
-        for (int64_t value : {int64_t(0), m.duration().timeValue / 2, m.duration().timeValue - 1, int64_t(0)}) {
+        for (int64_t value :
+             {int64_t(0), m.duration().timeValue / 2, m.duration().timeValue - 1, int64_t(0)}) {
             auto image = m.frameImageAtTime(QTMakeTime(value, m.timeScale()), {NSMakeSize(32, 24)});
             if (!image.isError()) {
                 ++grabbed;

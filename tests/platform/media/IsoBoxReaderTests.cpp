@@ -1,27 +1,18 @@
-#include "platform/media/IsoBoxReader.h"
+#include <string>
+#include <tuple>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
+#include "BoxWriter.h"
+#include "platform/media/IsoBoxReader.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using namespace lxkit::test;
 
-void PutZeros(Bytes& out, size_t count) { out.resize(out.size() + count, 0); }
-
-void PutBigEndian(Bytes& out, uint64_t value, int width) {
-    for (int i = width - 1; i >= 0; --i)
-        out.push_back(uint8_t(value >> (8 * i)));
-}
-
-Bytes Box(const std::string& type, const Bytes& payload) {
-    Bytes out;
-    PutBigEndian(out, payload.size() + 8, 4);
-    out.insert(out.end(), type.begin(), type.end());
-    out.insert(out.end(), payload.begin(), payload.end());
-    return out;
+void PutZeros(Bytes& out, size_t count) {
+    out.resize(out.size() + count, 0);
 }
 
 Bytes LargeBox(const std::string& type, const Bytes& payload) {
@@ -33,17 +24,10 @@ Bytes LargeBox(const std::string& type, const Bytes& payload) {
     return out;
 }
 
-Bytes Concat(std::initializer_list<Bytes> parts) {
-    Bytes out;
-    for (const auto& part : parts)
-        out.insert(out.end(), part.begin(), part.end());
-    return out;
-}
-
 Bytes MovieHeaderV0(uint32_t scale, uint32_t duration, uint32_t poster) {
     Bytes out;
     PutBigEndian(out, 0, 4); // version 0, flags
-    PutZeros(out, 8); // creation, modification
+    PutZeros(out, 8);        // creation, modification
     PutBigEndian(out, scale, 4);
     PutBigEndian(out, duration, 4);
     out.resize(out.size() + 4 + 2 + 10 + 36 + 4 + 4, 0);
@@ -102,7 +86,7 @@ TEST(IsoBoxReader, StopsAtBoxesThatDoNotFit) {
     Bytes tooLarge = good;
     tooLarge[3] = 200; // claims more than is there
     Bytes tooSmall = good;
-    tooSmall[3] = 7; // smaller than its own header
+    tooSmall[3] = 7;                                                  // smaller than its own header
     Bytes largeTruncated = {0, 0, 0, 1, 'm', 'd', 'a', 't', 0, 0, 0}; // 64-bit size cut short
     Bytes largeHuge = {0, 0, 0, 1, 'm', 'd', 'a', 't', 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     Bytes uuidShort = Box("uuid", Bytes(8, 0)); // no room for the 16-byte user type
@@ -148,21 +132,17 @@ TEST(IsoBoxReader, RefusesPathsDeeperThanTheLimit) {
 }
 
 TEST(IsoBoxReader, ReadsMovieHeadersOfBothVersions) {
-    auto v0 = ReadMovieHeader(MovieHeaderV0(600, 6000, 1200));
-    ASSERT_TRUE(v0);
-    EXPECT_EQ(v0->timeScale, 600u);
-    EXPECT_EQ(v0->duration, 6000u);
-    EXPECT_EQ(v0->posterTime, 1200);
-
-    auto v1 = ReadMovieHeader(MovieHeaderV1(90000, 0x1'0000'0000ull));
-    ASSERT_TRUE(v1);
-    EXPECT_EQ(v1->timeScale, 90000u);
-    EXPECT_EQ(v1->duration, 0x1'0000'0000ull);
-    EXPECT_FALSE(v1->posterTime);
-
-    auto unknown = ReadMovieHeader(MovieHeaderV0(1000, 0xFFFFFFFF, 0));
-    ASSERT_TRUE(unknown);
-    EXPECT_EQ(unknown->duration, 0u);
+    using Fields = std::tuple<uint32_t, uint64_t, std::optional<int64_t>>;
+    const std::pair<Bytes, Fields> cases[] = {
+        {MovieHeaderV0(600, 6000, 1200), {600, 6000, 1200}},
+        {MovieHeaderV1(90000, 0x1'0000'0000ull), {90000, 0x1'0000'0000ull, std::nullopt}},
+        {MovieHeaderV0(1000, 0xFFFFFFFF, 0), {1000, 0, 0}}, // all ones: unknown duration
+    };
+    for (const auto& [bytes, fields] : cases) {
+        auto header = ReadMovieHeader(bytes);
+        ASSERT_TRUE(header);
+        EXPECT_EQ(Fields(header->timeScale, header->duration, header->posterTime), fields);
+    }
 
     Bytes cut = MovieHeaderV0(600, 6000, 0);
     cut.resize(19);
@@ -176,9 +156,9 @@ TEST(IsoBoxReader, SummarisesMovieAndTrackHeaders) {
     Bytes trak1 = Box("trak", Concat({Box("tkhd", TrackHeader(0, 0x3, 1)), Box("mdia", {})}));
     Bytes trak2 = Box("trak", Box("tkhd", TrackHeader(1, 0x2, 7)));
     Bytes brokenTrak = Box("trak", Box("tkhd", Bytes(6, 0)));
-    Bytes file = Concat(
-        {Box("ftyp", {}), Box("mdat", Bytes(32, 0)),
-         Box("moov", Concat({Box("mvhd", MovieHeaderV0(2997, 29970, 0)), trak1, brokenTrak, trak2}))});
+    Bytes file =
+        Concat({Box("ftyp", {}), Box("mdat", Bytes(32, 0)),
+                Box("moov", Concat({Box("mvhd", MovieHeaderV0(2997, 29970, 0)), trak1, brokenTrak, trak2}))});
     auto summary = ReadIsoMovieSummary(file);
     ASSERT_TRUE(summary);
     ASSERT_TRUE(summary->header);
