@@ -127,17 +127,16 @@ TEST(LXImageTransform, AnEighthTurnGrowsTheCanvasToTheDiagonalWithTransparentCor
     EXPECT_GT(alphaOf(pixelAt(*turned, pixels.width / 2, 2)), 128u);
 }
 
-TEST(LXImagePNG, RoundTripsFramesExactly) {
+TEST(LXImagePNG, IsTheEncoderWithoutOptions) {
+    // The encoder's own tests hold its output to exact round trips, through ffmpeg too.
     for (bool opaque : {true, false}) {
         auto image = makeImage(48, 27, [&](int x, int row) { return noisePixel(x, row, opaque); });
         auto bytes = LXImage::PNGRepresentation(*image);
         ASSERT_TRUE(bytes);
+        EXPECT_EQ(bytes, image->bitmap().representationUsingType(NSBitmapImageFileType::PNG, {})) << opaque;
         auto decoded = NSBitmapImageRep::initWithData(*bytes);
         ASSERT_TRUE(decoded);
         EXPECT_EQ(pixelsOf(*NSImage::imageWithBitmap(*decoded)), pixelsOf(*image)) << "opaque " << opaque;
-        std::vector<uint8_t> rgba = decodeWithFfmpeg(*bytes, "png");
-        ASSERT_EQ(rgba.size(), 48u * 27 * 4);
-        EXPECT_EQ(premultiplied(&rgba[(3 * 48 + 7) * 4]), pixelAt(*image, 7, 3));
     }
 }
 
@@ -154,12 +153,6 @@ TEST(LXImageJPEG, TheZeroSizeAndTheOwnSizeEncodeTheImageItself) {
               zero)
         << "no resampling on this path";
     EXPECT_NE(LXImage::JPEGRepresentationWithCompression(*image, 0.3f), zero);
-
-    auto decoded = NSBitmapImageRep::initWithData(*zero);
-    ASSERT_TRUE(decoded);
-    EXPECT_EQ(decoded->pixelSize(), (PixelSize{64, 48}));
-    EXPECT_TRUE(ColoursNear(pixelAt(*decoded, 5, 5), kRed, 10));
-    EXPECT_TRUE(ColoursNear(pixelAt(*decoded, 58, 42), kWhite, 10));
 }
 
 TEST(LXImageJPEG, OtherSizesStretchTheImageToExactlyThatSize) {

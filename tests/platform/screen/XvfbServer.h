@@ -34,15 +34,12 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
         posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-        int failed = posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, const_cast<char**>(arguments), environ);
+        if (posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, const_cast<char**>(arguments), environ) != 0)
+            m_pid = 0;
         posix_spawn_file_actions_destroy(&actions);
         close(pipeEnds[1]);
-        if (failed) {
-            m_pid = 0;
-            close(pipeEnds[0]);
-            return;
-        }
-        // The server writes its display number once it accepts connections.
+        // The server writes its display number once it accepts connections; without a
+        // server nothing holds the pipe open and the read ends at once.
         std::string number;
         char c;
         while (read(pipeEnds[0], &c, 1) == 1 && c != '\n')
@@ -80,21 +77,20 @@ public:
     explicit ScopedDisplay(const std::optional<std::string>& display) {
         if (const char* old = std::getenv("DISPLAY"))
             m_saved = old;
+        set(display);
+    }
+    ~ScopedDisplay() { set(m_saved); }
+    ScopedDisplay(const ScopedDisplay&) = delete;
+    ScopedDisplay& operator=(const ScopedDisplay&) = delete;
+
+private:
+    static void set(const std::optional<std::string>& display) {
         if (display)
             setenv("DISPLAY", display->c_str(), 1);
         else
             unsetenv("DISPLAY");
     }
-    ~ScopedDisplay() {
-        if (m_saved)
-            setenv("DISPLAY", m_saved->c_str(), 1);
-        else
-            unsetenv("DISPLAY");
-    }
-    ScopedDisplay(const ScopedDisplay&) = delete;
-    ScopedDisplay& operator=(const ScopedDisplay&) = delete;
 
-private:
     std::optional<std::string> m_saved;
 };
 
