@@ -165,16 +165,6 @@ TEST(LXMovieTiming, InterestingImageFallsBackToTheFirstFrame) {
     EXPECT_FALSE(LXMovie::interestingFrameImage(*QTMovie::movieWithTracks({})));
 }
 
-std::vector<std::pair<std::string, int64_t>> TypesAndSecondaryKeys(const PropertyArray& entries) {
-    std::vector<std::pair<std::string, int64_t>> result;
-    for (const auto& entry : entries) {
-        const auto& fields = *entry.dictionary();
-        result.emplace_back(*PropertyValueForKey(fields, "summary")->string(),
-                            *PropertyValueForKey(fields, "secondarySortKey")->longLongValue());
-    }
-    return result;
-}
-
 TEST(LXMovieSummaries, AVTracksSortsByTypeThenByOrderOfMaking) {
     auto movie = QTMovie::movieWithTracks({
         TypedTrack(kVideoType, "first video"),
@@ -189,7 +179,12 @@ TEST(LXMovieSummaries, AVTracksSortsByTypeThenByOrderOfMaking) {
     });
     auto entries = LXMovie::AVTracks(*movie);
     using Entry = std::pair<std::string, int64_t>;
-    EXPECT_EQ(TypesAndSecondaryKeys(entries),
+    std::vector<Entry> summaries;
+    for (const auto& entry : entries)
+        summaries.emplace_back(
+            *PropertyValueForKey(*entry.dictionary(), "summary")->string(),
+            *PropertyValueForKey(*entry.dictionary(), "secondarySortKey")->longLongValue());
+    EXPECT_EQ(summaries,
               (std::vector<Entry>{
                   {"first video", 0}, {"second video", 3}, {"mpeg", 4}, {"Sound Track", 1}, {"music", 2}}));
     const auto& first = *entries[0].dictionary();
