@@ -386,6 +386,48 @@ const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
     return m_turned.get();
 }
 
+const AVFrame* VideoFrameGrabber::reshapedFrame(const AVFrame* frame) {
+    static const AVPixelFormat turnable[] = {
+        AV_PIX_FMT_YUV444P,  AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUV444P12, AV_PIX_FMT_YUV444P16,
+        AV_PIX_FMT_YUVA444P, AV_PIX_FMT_YUVA444P10, AV_PIX_FMT_YUVA444P16, AV_PIX_FMT_GBRP,
+        AV_PIX_FMT_GBRP16,   AV_PIX_FMT_GBRAP,     AV_PIX_FMT_GBRAP16,    AV_PIX_FMT_NONE};
+    auto format = AVPixelFormat(frame->format);
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+    if (!descriptor)
+        return nullptr;
+    bool alpha = descriptor->flags & AV_PIX_FMT_FLAG_ALPHA;
+    AVPixelFormat target = avcodec_find_best_pix_fmt_of_list(turnable, format, alpha, nullptr);
+    if (target == AV_PIX_FMT_NONE)
+        return nullptr;
+    // This scaler only reshapes, colours stay as they are: the key's colour slots hold
+    // the target format instead.
+    ScalerKey key{frame->width, frame->height, frame->format, frame->width, frame->height, target, -1};
+    if (!m_reshaper || !(key == m_reshaperKey)) {
+        m_reshaper.reset(sws_getContext(frame->width, frame->height, format, frame->width, frame->height, target,
+                                        SWS_BICUBIC, nullptr, nullptr, nullptr));
+        m_reshaped.reset();
+        if (!m_reshaper)
+            return nullptr;
+        m_reshaperKey = key;
+    }
+    if (!m_reshaped || av_frame_is_writable(m_reshaped.get()) == 0) {
+        m_reshaped.reset(av_frame_alloc());
+        if (!m_reshaped)
+            return nullptr;
+        m_reshaped->width = frame->width;
+        m_reshaped->height = frame->height;
+        m_reshaped->format = target;
+        if (av_frame_get_buffer(m_reshaped.get(), 0) < 0) {
+            m_reshaped.reset();
+            return nullptr;
+        }
+    }
+    sws_scale(m_reshaper.get(), frame->data, frame->linesize, 0, frame->height, m_reshaped->data,
+              m_reshaped->linesize);
+    av_frame_copy_props(m_reshaped.get(), frame);
+    return m_reshaped.get();
+}
+
 ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, PixelSize size) {
     if (frame->width <= 0 || frame->height <= 0)
         return makeError("the decoded frame has no pixels");
@@ -401,9 +443,14 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, Pixel
     bool turnAfterScaling = false;
     if (m_rotation != 0) {
         source = turnedFrame(frame);
+        // Formats that change shape under a turn (4:2:2 and packed ones) are first
+        // brought at their own size to one that keeps it, as a player's turn filter
+        // does; only when even that fails is the picture turned after scaling.
         if (!source) {
-            // Formats that change shape under a turn (4:2:2 and packed ones) are turned
-            // after scaling instead.
+            if (const AVFrame* reshaped = reshapedFrame(frame))
+                source = turnedFrame(reshaped);
+        }
+        if (!source) {
             source = frame;
             turnAfterScaling = true;
         }

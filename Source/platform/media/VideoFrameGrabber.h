@@ -54,6 +54,9 @@ private:
     ErrorOr<NSBitmapImageRep> convert(const AVFrame* frame, PixelSize size);
     const AVFrame* turnedFrame(const AVFrame* frame);
     SwsContext* scalerFor(const AVFrame* frame, int width, int height);
+    /// The frame at its own size in the nearest format that keeps its shape under a
+    /// quarter turn (4:2:2 becomes 4:4:4), or null.
+    const AVFrame* reshapedFrame(const AVFrame* frame);
 
     MemoryInput& m_input;
     AVStream* m_stream;
@@ -83,4 +86,7 @@ private:
     ScalerKey m_scalerKey;
     std::vector<uint8_t> m_turnBuffer;
     FrameHandle m_turned;
+    SwsContextHandle m_reshaper;
+    ScalerKey m_reshaperKey;
+    FrameHandle m_reshaped;
 };
