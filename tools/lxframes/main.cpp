@@ -66,11 +66,12 @@ ErrorOr<NSData> readMovie(const std::string& path) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
         return makeError("cannot read " + path + ": it is a folder");
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in)
         return makeError("cannot read " + path + ": " + std::strerror(errno));
-    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), {});
-    if (in.bad())
+    std::vector<uint8_t> bytes(static_cast<size_t>(in.tellg()));
+    in.seekg(0);
+    if (!in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
         return makeError("cannot read " + path + ": " + std::strerror(errno));
     return NSData::dataWithVector(std::move(bytes));
 }
