@@ -73,6 +73,12 @@ ErrorOr<std::unique_ptr<MemoryInput>> MemoryInput::open(const NSData& data) {
         return makeError("the data is not a movie that can be read (" + FFmpegErrorText(result) + ")");
     input->m_format.reset(format);
 
+    // QuickTime and ISO media describe every track in their header; reading packets
+    // to learn more would only cost time (most of a large movie's opening).
+    if (input->isIsoMedia()) {
+        format->max_analyze_duration = 1;
+        format->fps_probe_size = 0;
+    }
     result = avformat_find_stream_info(format, nullptr);
     if (result < 0)
         return makeError("the movie's streams cannot be read (" + FFmpegErrorText(result) + ")");
