@@ -62,20 +62,6 @@ int fail(const std::string& message, int status = 1) {
     return status;
 }
 
-ErrorOr<NSData> readMovie(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        return makeError("cannot read " + path + ": it is a folder");
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
-    if (!in)
-        return makeError("cannot read " + path + ": " + std::strerror(errno));
-    std::vector<uint8_t> bytes(static_cast<size_t>(in.tellg()));
-    in.seekg(0);
-    if (!in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
-        return makeError("cannot read " + path + ": " + std::strerror(errno));
-    return NSData::dataWithVector(std::move(bytes));
-}
-
 std::string defaultServicePath() {
     std::error_code error;
     auto self = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -117,7 +103,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "lxframes: no movie given, using the sample movie %s\n", options.moviePath.c_str());
     }
 
-    auto bytes = readMovie(options.moviePath);
+    auto bytes = NSData::dataWithContentsOfFile(options.moviePath);
     if (bytes.isError())
         return fail(bytes.error().message);
     auto opened = QTMovie::movieWithData(bytes.value());

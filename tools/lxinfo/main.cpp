@@ -63,19 +63,6 @@ ErrorOr<Options> parseOptions(int argc, char** argv) {
     return options;
 }
 
-ErrorOr<NSData> readMovie(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        return makeError("cannot read " + path + ": it is a folder");
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return makeError("cannot read " + path + ": " + std::strerror(errno));
-    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), {});
-    if (in.bad())
-        return makeError("cannot read " + path + ": " + std::strerror(errno));
-    return NSData::dataWithVector(std::move(bytes));
-}
-
 PropertyValue timeEntry(QTTime time, int32_t frameLength) {
     return PropertyDictionary{
         {"value", NSNumber::numberWithLongLong(time.timeValue)},
@@ -185,7 +172,7 @@ int main(int argc, char** argv) {
         std::fputs(kUsage, stdout);
         return 0;
     }
-    auto bytes = readMovie(options.moviePath);
+    auto bytes = NSData::dataWithContentsOfFile(options.moviePath);
     if (bytes.isError())
         return fail(bytes.error().message);
     auto opened = QTMovie::movieWithData(bytes.value());

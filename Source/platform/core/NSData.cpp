@@ -1,6 +1,10 @@
 #include "platform/core/NSData.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 
 NSData NSData::dataWithBytes(const void* bytes, size_t length) {
     auto begin = static_cast<const uint8_t*>(bytes);
@@ -22,4 +26,18 @@ NSData NSData::dataWithOwner(std::shared_ptr<const void> owner, const uint8_t* b
 
 bool operator==(const NSData& a, const NSData& b) {
     return std::ranges::equal(a.span(), b.span());
+}
+
+ErrorOr<NSData> NSData::dataWithContentsOfFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        return makeError("cannot read " + path + ": it is a folder");
+    std::ifstream in(path, std::ios::binary | std::ios::ate);
+    if (!in)
+        return makeError("cannot read " + path + ": " + std::strerror(errno));
+    std::vector<uint8_t> bytes(static_cast<size_t>(in.tellg()));
+    in.seekg(0);
+    if (!in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
+        return makeError("cannot read " + path + ": " + std::strerror(errno));
+    return dataWithVector(std::move(bytes));
 }
