@@ -93,18 +93,36 @@ CairoSurface NewCanvas(PixelRect rect) {
     return canvas;
 }
 
+/// What every capture starts from: the display, the area asked for in root pixels, and
+/// a canvas of that size. Nothing without a display or for an empty or oversized area.
+struct Capture {
+    Display display;
+    PixelRect rect;
+    CairoSurface canvas;
+};
+
+std::optional<Capture> BeginCapture(NSRect screenBounds) {
+    std::optional<Display> display = OpenDisplay();
+    if (!display)
+        return std::nullopt;
+    std::optional<PixelRect> rect = CaptureRect(screenBounds, display->screen);
+    if (!rect || rect->width > 16384 || rect->height > 16384)
+        return std::nullopt;
+    CairoSurface canvas = NewCanvas(*rect);
+    if (!canvas)
+        return std::nullopt;
+    return Capture{std::move(*display), *rect, std::move(canvas)};
+}
+
 } // namespace
 
 CGImageRef CGWindowListCreateImage(NSRect screenBounds, CGWindowListOption, CGWindowID, CGWindowImageOption) {
-    std::optional<Display> display = OpenDisplay();
-    if (!display)
+    std::optional<Capture> capture = BeginCapture(screenBounds);
+    if (!capture)
         return nullptr;
-    std::optional<PixelRect> rect = CaptureRect(screenBounds, display->screen);
-    if (!rect || rect->width > 16384 || rect->height > 16384)
-        return nullptr;
-    CairoSurface canvas = NewCanvas(*rect);
-    if (!canvas)
-        return nullptr;
+    Display* display = &capture->display;
+    PixelRect* rect = &capture->rect;
+    CairoSurface& canvas = capture->canvas;
     PixelRect root{0, 0, display->screen->width_in_pixels, display->screen->height_in_pixels};
     if (std::optional<PixelRect> visible = Intersect(*rect, root))
         CopyArea(display->connection.get(), display->screen->root, *visible, visible->x - rect->x,
@@ -114,15 +132,12 @@ CGImageRef CGWindowListCreateImage(NSRect screenBounds, CGWindowListOption, CGWi
 
 CGImageRef CGWindowListCreateImageFromArray(NSRect screenBounds, const std::vector<CGWindowID>& windows,
                                             CGWindowImageOption) {
-    std::optional<Display> display = OpenDisplay();
-    if (!display)
+    std::optional<Capture> capture = BeginCapture(screenBounds);
+    if (!capture)
         return nullptr;
-    std::optional<PixelRect> rect = CaptureRect(screenBounds, display->screen);
-    if (!rect || rect->width > 16384 || rect->height > 16384)
-        return nullptr;
-    CairoSurface canvas = NewCanvas(*rect);
-    if (!canvas)
-        return nullptr;
+    Display* display = &capture->display;
+    PixelRect* rect = &capture->rect;
+    CairoSurface& canvas = capture->canvas;
     xcb_connection_t* connection = display->connection.get();
     // Back to front, so the first window ends up on top.
     for (auto window = windows.rbegin(); window != windows.rend(); ++window) {
