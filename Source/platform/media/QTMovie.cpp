@@ -446,6 +446,26 @@ void QTMovie::setCurrentSizeObserver(std::function<void(NSSize)> observer) {
     m_currentSizeObserver = std::move(observer);
 }
 
+namespace {
+
+/// A time as the decoder takes it, which compares times in 32-bit time bases: finer
+/// scales are brought down. Nothing for a time without a scale or before the start.
+std::optional<VideoFrameGrabber::Time> GrabberTime(QTTime time) {
+    if (time.timeScale <= 0 && time.timeValue == 0)
+        return VideoFrameGrabber::Time{0, 1};
+    if (time.timeScale <= 0 || time.timeValue < 0)
+        return std::nullopt;
+    int64_t value = time.timeValue;
+    int64_t scale = time.timeScale;
+    if (scale > INT_MAX) {
+        value = av_rescale_rnd(value, int64_t(1) << 30, scale, AV_ROUND_DOWN);
+        scale = int64_t(1) << 30;
+    }
+    return VideoFrameGrabber::Time{value, int(scale)};
+}
+
+} // namespace
+
 ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time,
                                                             const QTFrameImageAttributes& attributes) {
     // The all-zero time stands for the start.
@@ -489,14 +509,13 @@ ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time,
         m_decoder->grabber = grabber.releaseValue();
     }
 
-    // The decoder compares times in 32-bit time bases; finer scales are brought down.
-    int64_t value = time.timeValue;
-    int64_t scale = time.timeScale;
-    if (scale > INT_MAX) {
-        value = av_rescale_rnd(value, int64_t(1) << 30, scale, AV_ROUND_DOWN);
-        scale = int64_t(1) << 30;
+    auto after = VideoFrameGrabber::AfterTarget::Continue;
+    if (!attributes.upcomingTimes.empty()) {
+        if (auto next = GrabberTime(attributes.upcomingTimes.front());
+            next && m_decoder->grabber->seeksBetween(*GrabberTime(time), *next))
+            after = VideoFrameGrabber::AfterTarget::Drain;
     }
-    auto bitmap = m_decoder->grabber->frameAtTime(value, int(scale), *pixels);
+    auto bitmap = m_decoder->grabber->frameAtTime(*GrabberTime(time), *pixels, after);
     if (bitmap.isError())
         return bitmap.error();
     auto image = NSImage::imageWithBitmap(bitmap.releaseValue(), size);

@@ -23,7 +23,15 @@ struct QTMovieChapter {
 /// The attributes of a frame grab: the image comes back as an NSImage of `size` points
 /// (`QTMovieFrameImageSize`); without a size, at the movie's current size.
 struct QTFrameImageAttributes {
+    QTFrameImageAttributes() = default;
+    QTFrameImageAttributes(std::optional<NSSize> size, std::vector<QTTime> upcomingTimes = {})
+        : size(size), upcomingTimes(std::move(upcomingTimes)) {}
+
     std::optional<NSSize> size;
+    /// The times the caller will ask for after this one, in order, as far as it knows
+    /// them. Only a hint: the decoder uses it to stop right after this frame when the
+    /// next lies beyond a keyframe, and to start on later frames meanwhile.
+    std::vector<QTTime> upcomingTimes;
 };
 
 class MovieDecoder;

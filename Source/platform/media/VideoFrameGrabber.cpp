@@ -4,6 +4,7 @@
 #include <cstring>
 
 extern "C" {
+#include <libavutil/cpu.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -46,7 +47,9 @@ ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInpu
     if (result < 0)
         return makeError("the video's parameters are unusable (" + FFmpegErrorText(result) + ")");
     codec->pkt_timebase = stream->time_base;
-    codec->thread_count = 0;
+    // As many frame threads as cores: each more thread adds a frame of delay, which a
+    // grab pays after every seek.
+    codec->thread_count = std::max(1, av_cpu_count());
     codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     result = avcodec_open2(codec.get(), decoder, nullptr);
     if (result < 0)
@@ -65,18 +68,42 @@ ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInpu
     return grabber;
 }
 
-ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(int64_t value, int scale, PixelSize size) {
-    if (scale <= 0)
+ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(Time time, PixelSize size, AfterTarget after) {
+    if (time.scale <= 0)
         return makeError("the time has no time scale");
     m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
     m_input.setDeadline(kGrabDeadline);
-    auto frame = locate(Target{value, AVRational{1, scale}});
+    auto frame = locate(Target{time.value, AVRational{1, time.scale}},
+                        after == AfterTarget::Drain ? AtTarget::Drain : AtTarget::Continue);
     if (frame.isError()) {
         // After a timeout or a failed seek the decoder's place is unknown.
         m_positioned = false;
         return frame.error();
     }
     return convert(frame.value(), size);
+}
+
+ErrorOr<bool> VideoFrameGrabber::prepare(Time time) {
+    if (time.scale <= 0)
+        return makeError("the time has no time scale");
+    m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
+    m_input.setDeadline(kGrabDeadline);
+    auto frame = locate(Target{time.value, AVRational{1, time.scale}}, AtTarget::Pause);
+    if (frame.isError()) {
+        m_positioned = false;
+        return frame.error();
+    }
+    return true;
+}
+
+bool VideoFrameGrabber::seeksBetween(Time from, Time to) const {
+    if (from.scale <= 0 || to.scale <= 0)
+        return true;
+    Target start{from.value, AVRational{1, from.scale}};
+    Target end{to.value, AVRational{1, to.scale}};
+    if (av_compare_ts(end.value, end.base, start.value, start.base) < 0)
+        return true;
+    return !decodesOnBetween(toStreamTime(start), toStreamTime(end));
 }
 
 int64_t VideoFrameGrabber::presentationTime(const AVFrame* frame) {
@@ -108,12 +135,15 @@ bool VideoFrameGrabber::canContinueTo(Target target) const {
     int64_t shown = presentationTime(m_shown.get());
     if (shown == AV_NOPTS_VALUE || compareToTarget(shown, target) > 0)
         return false;
-    int64_t targetTime = toStreamTime(target);
+    return decodesOnBetween(shown, toStreamTime(target));
+}
+
+bool VideoFrameGrabber::decodesOnBetween(int64_t fromStreamTime, int64_t toStreamTime) const {
     if (avformat_index_get_entries_count(m_stream) > 0) {
-        // A keyframe between here and the target means a seek decodes less.
-        return keyframeIndexAt(targetTime) == keyframeIndexAt(shown);
+        // A keyframe between the two means a seek decodes less.
+        return keyframeIndexAt(toStreamTime) == keyframeIndexAt(fromStreamTime);
     }
-    return av_rescale_q(targetTime - shown, m_stream->time_base, AV_TIME_BASE_Q) <
+    return av_rescale_q(toStreamTime - fromStreamTime, m_stream->time_base, AV_TIME_BASE_Q) <
            kUnindexedContinueMicroseconds;
 }
 
@@ -138,7 +168,7 @@ bool VideoFrameGrabber::seekToStart() {
     return av_seek_frame(format, -1, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
-ErrorOr<bool> VideoFrameGrabber::seekTo(Target target) {
+ErrorOr<bool> VideoFrameGrabber::seekTo(Target target, AtTarget atTarget) {
     AVFormatContext* format = m_input.format();
     int64_t seekTime = toStreamTime(target);
     int64_t stepBack = std::max<int64_t>(1, av_rescale_q(AV_TIME_BASE, AV_TIME_BASE_Q, m_stream->time_base));
@@ -152,9 +182,11 @@ ErrorOr<bool> VideoFrameGrabber::seekTo(Target target) {
         if (fromStart && !seekToStart())
             return makeError("the movie cannot be positioned");
         m_positioned = true;
-        Decoded first = decodeNext(target, m_ahead.get());
-        if (first == Decoded::TimedOut)
-            return makeError("decoding took too long");
+        // The first frame tells whether the seek landed early enough, so a grab that
+        // would pause keeps decoding until it has it.
+        Decoded first = decodeNext(target, m_ahead.get(), atTarget == AtTarget::Pause ? AtTarget::Continue : atTarget);
+        if (first == Decoded::Interrupted)
+            return interruptedError();
         if (fromStart)
             return true;
         if (first == Decoded::Frame) {
@@ -175,9 +207,14 @@ ErrorOr<bool> VideoFrameGrabber::seekTo(Target target) {
     }
 }
 
-ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target) {
+Error VideoFrameGrabber::interruptedError() const {
+    return makeError(m_stopRequested.load(std::memory_order_relaxed) ? "the grab was stopped"
+                                                                     : "decoding took too long");
+}
+
+ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target, AtTarget atTarget) {
     if (!canContinueTo(target)) {
-        auto sought = seekTo(target);
+        auto sought = seekTo(target, atTarget);
         if (sought.isError())
             return sought.error();
     }
@@ -193,9 +230,11 @@ ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target) {
             av_frame_unref(m_shown.get());
             av_frame_move_ref(m_shown.get(), m_ahead.get());
         }
-        Decoded next = decodeNext(target, m_ahead.get());
-        if (next == Decoded::TimedOut)
-            return makeError("decoding took too long");
+        Decoded next = decodeNext(target, m_ahead.get(), atTarget);
+        if (next == Decoded::Interrupted)
+            return interruptedError();
+        if (next == Decoded::Paused)
+            return nullptr;
         if (next == Decoded::End)
             break;
     }
@@ -231,11 +270,29 @@ bool VideoFrameGrabber::mayDiscard(const AVPacket& packet, Target target) const 
     });
 }
 
-VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame* into) {
+bool VideoFrameGrabber::nothingLeftUpTo(Target target) const {
+    // Decoding times never fall and no frame is presented before it is decoded, so once a
+    // packet decoded after the target has been read, nothing read later is presented at
+    // or before it. Streams that break either rule never stop early.
+    bool pastTarget = m_demuxEnded;
+    int64_t lastDecodeTime = INT64_MIN;
+    for (const PacketHandle& packet : m_packets) {
+        if (packet->pts == AV_NOPTS_VALUE || packet->dts == AV_NOPTS_VALUE || packet->pts < packet->dts ||
+            packet->dts < lastDecodeTime)
+            return false;
+        if (compareToTarget(packet->pts, target) <= 0)
+            return false;
+        lastDecodeTime = packet->dts;
+        pastTarget = pastTarget || compareToTarget(packet->dts, target) > 0;
+    }
+    return pastTarget;
+}
+
+VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame* into, AtTarget atTarget) {
     int errors = 0;
     for (;;) {
-        if (std::chrono::steady_clock::now() > m_deadline)
-            return Decoded::TimedOut;
+        if (m_stopRequested.load(std::memory_order_relaxed) || std::chrono::steady_clock::now() > m_deadline)
+            return Decoded::Interrupted;
         if (m_decoderEnded)
             return Decoded::End;
         int result = avcodec_receive_frame(m_codec.get(), into);
@@ -255,6 +312,16 @@ VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame*
             return Decoded::End;
         }
         readAhead(kLookahead + 1);
+        if (atTarget != AtTarget::Continue && nothingLeftUpTo(target)) {
+            if (atTarget == AtTarget::Pause)
+                return Decoded::Paused;
+            // Draining gives out the frames still in the decoder without decoding any
+            // that are presented later; the decoder then has to start again.
+            avcodec_send_packet(m_codec.get(), nullptr);
+            m_flushSent = true;
+            m_positioned = false;
+            continue;
+        }
         if (m_packets.empty()) {
             avcodec_send_packet(m_codec.get(), nullptr);
             m_flushSent = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <memory>
@@ -24,26 +25,58 @@ public:
 
     int streamIndex() const { return m_streamIndex; }
 
-    /// The picture shown at movie time `value`/`scale` (the last frame presented at or
-    /// before it), turned by the display rotation and scaled to exactly `size` pixels.
-    /// The time must lie inside the movie; times before the first frame give the first.
-    ErrorOr<NSBitmapImageRep> frameAtTime(int64_t value, int scale, PixelSize size);
+    /// A movie time, `value`/`scale`.
+    struct Time {
+        int64_t value;
+        int scale;
+    };
+    /// What decoding does once every frame up to the target is in the decoder.
+    enum class AfterTarget {
+        /// Decode on until the next frame shows, so a later grab can continue from here.
+        Continue,
+        /// Drain the decoder instead: no frame after the target is decoded, and the next
+        /// grab seeks. For when it would seek anyway.
+        Drain,
+    };
+
+    /// The picture shown at `time` (the last frame presented at or before it), turned by
+    /// the display rotation and scaled to exactly `size` pixels. The time must lie inside
+    /// the movie; times before the first frame give the first.
+    ErrorOr<NSBitmapImageRep> frameAtTime(Time time, PixelSize size, AfterTarget after = AfterTarget::Continue);
+    /// Does the part of a grab at `time` that does not depend on what follows it: seeks
+    /// and decodes until only frames presented after it remain to be sent (or the frame
+    /// is found). `frameAtTime` for the same time then finishes the grab.
+    ErrorOr<bool> prepare(Time time);
+    /// Whether a grab at `to` right after one at `from` starts again from a keyframe
+    /// rather than decoding on.
+    bool seeksBetween(Time from, Time to) const;
+
+    /// Asks a grab running on another thread to stop soon with an error; it stays
+    /// asked until `clearStopRequest`.
+    void requestStop() { m_stopRequested.store(true, std::memory_order_relaxed); }
+    void clearStopRequest() { m_stopRequested.store(false, std::memory_order_relaxed); }
 
 private:
     VideoFrameGrabber(MemoryInput& input, AVStream* stream, int64_t startOffset, int rotation);
 
-    enum class Decoded { Frame, End, TimedOut };
+    enum class Decoded { Frame, End, Paused, Interrupted };
+    /// How a grab in progress treats the point where all frames up to the target are sent.
+    enum class AtTarget { Continue, Drain, Pause };
     struct Target {
         int64_t value;
         AVRational base;
     };
 
-    ErrorOr<AVFrame*> locate(Target target);
-    ErrorOr<bool> seekTo(Target target);
+    /// The shown frame, or null when paused at the target.
+    ErrorOr<AVFrame*> locate(Target target, AtTarget atTarget);
+    Error interruptedError() const;
+    ErrorOr<bool> seekTo(Target target, AtTarget atTarget);
     bool seekToStart();
     bool canContinueTo(Target target) const;
-    Decoded decodeNext(Target target, AVFrame* into);
+    bool decodesOnBetween(int64_t fromStreamTime, int64_t toStreamTime) const;
+    Decoded decodeNext(Target target, AVFrame* into, AtTarget atTarget);
     bool readAhead(size_t count);
+    bool nothingLeftUpTo(Target target) const;
     bool mayDiscard(const AVPacket& packet, Target target) const;
     void resetDecoder();
     int compareToTarget(int64_t streamTime, Target target) const;
@@ -77,6 +110,7 @@ private:
     bool m_flushSent = false;
     bool m_decoderEnded = false;
     std::chrono::steady_clock::time_point m_deadline;
+    std::atomic<bool> m_stopRequested = false;
 
     struct ScalerKey {
         int width = 0, height = 0, format = -1, outWidth = 0, outHeight = 0, colorspace = -1, range = -1;

@@ -17,13 +17,13 @@ constexpr double kMinimumPSNR = 35.0;
 /// on screen at `time` (25 fps movies here, so frame k starts at k / 25 s).
 void ExpectFrameMatches(QTMovie& movie, const std::filesystem::path& path, QTTime time, PixelSize size,
                         std::map<int64_t, std::vector<uint8_t>>& references,
-                        const std::string& options = "") {
+                        const std::string& options = "", std::vector<QTTime> upcoming = {}) {
     int64_t frame = time.timeValue * 25 / time.timeScale;
     auto& reference = references[frame];
     if (reference.empty())
         reference =
             ReferenceFrame(path, std::to_string(double(frame) / 25.0), size.width, size.height, options);
-    auto image = movie.frameImageAtTime(time, {NSMakeSize(size.width, size.height)});
+    auto image = movie.frameImageAtTime(time, {NSMakeSize(size.width, size.height), std::move(upcoming)});
     ASSERT_FALSE(image.isError()) << QTStringFromTime(time) << ": " << image.error().message;
     ASSERT_TRUE(image.value());
     EXPECT_EQ(image.value()->size(), NSMakeSize(size.width, size.height));
@@ -57,16 +57,30 @@ TEST(FrameImage, MatchesTheCommandLineAtEveryKindOfTime) {
         auto movie = OpenMovie(path);
         ASSERT_TRUE(movie);
         std::map<int64_t, std::vector<uint8_t>> references;
-        auto times = TimesToCheck(*movie);
-        // Ascending grabs decode on; descending and shuffled ones seek back.
-        for (int order = 0; order < 3; ++order) {
-            if (order == 1)
-                std::reverse(times.begin(), times.end());
-            if (order == 2)
-                std::shuffle(times.begin(), times.end(), std::mt19937(7));
-            for (const auto& time : times)
-                ExpectFrameMatches(*movie, path, time, {320, 240}, references);
+        auto ascending = TimesToCheck(*movie);
+        auto descending = ascending;
+        std::reverse(descending.begin(), descending.end());
+        auto shuffled = ascending;
+        std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(7));
+        // Ascending grabs decode on; descending and shuffled ones seek back. Told what
+        // comes next, the decoder stops after a frame when the next needs a seek; told
+        // wrongly, it must still be exact.
+        struct Order {
+            const std::vector<QTTime>& times;
+            const std::vector<QTTime>* hints;
+        };
+        const Order orders[] = {{ascending, nullptr},   {descending, nullptr}, {shuffled, nullptr},
+                                {ascending, &ascending}, {descending, &descending}, {shuffled, &shuffled},
+                                {ascending, &descending}, {shuffled, &ascending}};
+        for (const Order& order : orders) {
+            for (size_t i = 0; i < order.times.size(); ++i) {
+                std::vector<QTTime> upcoming;
+                for (size_t ahead = i + 1; order.hints && ahead < order.hints->size() && ahead <= i + 2; ++ahead)
+                    upcoming.push_back((*order.hints)[ahead]);
+                ExpectFrameMatches(*movie, path, order.times[i], {320, 240}, references, "", upcoming);
+            }
         }
+        const auto& times = shuffled;
         // A fresh movie whose first grab lies deep inside.
         auto fresh = OpenMovie(path);
         ExpectFrameMatches(*fresh, path, times.front(), {320, 240}, references);
