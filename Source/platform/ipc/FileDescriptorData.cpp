@@ -6,23 +6,8 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
-
-constexpr unsigned kRequiredSeals = F_SEAL_SHRINK | F_SEAL_WRITE;
-
-class Mapping {
-public:
-    Mapping(void* address, size_t length) : m_address(address), m_length(length) {}
-    Mapping(const Mapping&) = delete;
-    Mapping& operator=(const Mapping&) = delete;
-    ~Mapping() { munmap(m_address, m_length); }
-
-private:
-    void* m_address;
-    size_t m_length;
-};
 
 Error systemError(const char* what) { return makeError(std::string(what) + ": " + std::strerror(errno)); }
 
@@ -40,32 +25,28 @@ ErrorOr<NSData> DataFromFileDescriptor(int fd) {
     if (length == 0)
         return NSData::dataWithVector({});
 
+    // A memfd sealed against writing and shrinking is mapped as it is: its owner can no
+    // longer change it under us.
     int seals = fcntl(fd, F_GET_SEALS);
-    if (seals >= 0 && (static_cast<unsigned>(seals) & kRequiredSeals) == kRequiredSeals) {
-        void* address = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, fd, 0);
-        if (address == MAP_FAILED)
-            return systemError("cannot map the descriptor");
-        auto mapping = std::make_shared<const Mapping>(address, length);
-        return NSData::dataWithOwner(mapping, static_cast<const uint8_t*>(address), length);
+    if (seals >= 0 && (static_cast<unsigned>(seals) & (F_SEAL_SHRINK | F_SEAL_WRITE)) == (F_SEAL_SHRINK | F_SEAL_WRITE)) {
+        int own = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+        if (own < 0)
+            return systemError("cannot keep the descriptor");
+        return NSData::dataWithSealedMemfd(own, length);
     }
-
-    std::vector<uint8_t> bytes(length);
-    size_t filled = 0;
-    while (filled < length) {
-        ssize_t n = pread(fd, bytes.data() + filled, length - filled, static_cast<off_t>(filled));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return systemError("cannot read the descriptor");
-        if (n == 0)
-            break; // Truncated meanwhile: keep what was there.
-        filled += static_cast<size_t>(n);
-    }
-    bytes.resize(filled);
-    return NSData::dataWithVector(std::move(bytes));
+    auto copy = NSData::dataWithCopyOfFile(fd, length);
+    if (copy.isError())
+        return makeError("cannot read the descriptor: " + copy.error().message);
+    return copy;
 }
 
 ErrorOr<int> CreateSealedMemfd(const NSData& data, const char* name) {
+    if (data.sealedDescriptor() >= 0) {
+        int fd = fcntl(data.sealedDescriptor(), F_DUPFD_CLOEXEC, 0);
+        if (fd < 0)
+            return systemError("cannot pass the memfd on");
+        return fd;
+    }
     int fd = memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING);
     if (fd < 0)
         return systemError("cannot make a memfd");

@@ -10,6 +10,6 @@
 /// give an error. The descriptor stays the caller's.
 ErrorOr<NSData> DataFromFileDescriptor(int fd);
 
-/// A new memfd holding `data`, sealed against any change; the caller owns the
-/// descriptor (-1 with an error when it cannot be made).
+/// A memfd holding `data`, sealed against any change: a duplicate of the data's own
+/// sealed memfd when it has one, otherwise a new one. The caller owns the descriptor.
 ErrorOr<int> CreateSealedMemfd(const NSData& data, const char* name);

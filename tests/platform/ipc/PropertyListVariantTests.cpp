@@ -1,5 +1,7 @@
 #include <fcntl.h>
 #include <gio/gunixfdlist.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -99,9 +101,51 @@ TEST(FileDescriptorData, ReadsFilesAndMemfdsAndRefusesEverythingElse) {
     EXPECT_TRUE(DataFromFileDescriptor(folder.path().c_str()[0] ? open(folder.path().c_str(), O_RDONLY) : -1).isError());
     EXPECT_TRUE(DataFromFileDescriptor(-1).isError());
 
+    // A memfd its sender can still write is copied, not mapped.
+    int unsealed = memfd_create("unsealed", MFD_CLOEXEC);
+    ASSERT_EQ(write(unsealed, "abc", 3), 3);
+    auto fromUnsealed = DataFromFileDescriptor(unsealed);
+    ASSERT_EQ(pwrite(unsealed, "x", 1, 0), 1);
+    EXPECT_EQ(fromUnsealed.value(), NSData::dataWithBytes("abc", 3));
+    close(unsealed);
+
     // A handle that points past the message's descriptors reads as nothing.
     auto handle = AdoptVariant(g_variant_new_handle(3));
     EXPECT_TRUE(PropertyValueFromVariant(handle.get(), nullptr).isNone());
+}
+
+TEST(FileDescriptorData, AFileReadIntoAMemfdTravelsWithoutAnotherCopy) {
+    lxkit::test::TemporaryFolder folder;
+    auto path = folder / "movie.bin";
+    lxkit::test::writeFile(path, {5, 6, 7});
+    auto data = NSData::dataWithContentsOfFile(path.string());
+    ASSERT_FALSE(data.isError());
+    ASSERT_GE(data.value().sealedDescriptor(), 0);
+    truncate(path.c_str(), 0);
+    EXPECT_EQ(data.value(), NSData::dataWithBytes("\5\6\7", 3));
+
+    auto passed = CreateSealedMemfd(data.value(), "test");
+    ASSERT_FALSE(passed.isError());
+    struct stat own {}, sent {};
+    fstat(data.value().sealedDescriptor(), &own);
+    fstat(passed.value(), &sent);
+    EXPECT_EQ(own.st_ino, sent.st_ino);
+    EXPECT_EQ(DataFromFileDescriptor(passed.value()).value(), data.value());
+    close(passed.value());
+
+    // Files that are not regular are read to their end; folders are refused.
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    ASSERT_EQ(write(pipeEnds[1], "piped", 5), 5);
+    close(pipeEnds[1]);
+    auto piped = NSData::dataWithContentsOfFile("/dev/fd/" + std::to_string(pipeEnds[0]));
+    close(pipeEnds[0]);
+    ASSERT_FALSE(piped.isError());
+    EXPECT_EQ(piped.value(), NSData::dataWithBytes("piped", 5));
+    EXPECT_EQ(piped.value().sealedDescriptor(), -1);
+    auto inFolder = NSData::dataWithContentsOfFile(folder.path().string());
+    ASSERT_TRUE(inFolder.isError());
+    EXPECT_NE(inFolder.error().message.find("it is a folder"), std::string::npos);
 }
 
 } // namespace
