@@ -103,6 +103,17 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "lxframes: no movie given, using the sample movie %s\n", options.moviePath.c_str());
     }
 
+    // The service starts first, so that it gets ready while the movie is read and looked at.
+    EventQueue events;
+    auto onReply = [&events](const PropertyDictionary& reply) { events.push(reply); };
+    auto onDisconnect = [&events](const std::string& reason) { events.push(Disconnected{reason}); };
+    auto client = options.address.empty()
+                      ? LXFrameServiceClient::spawnService(
+                            options.servicePath.empty() ? defaultServicePath() : options.servicePath, onReply, onDisconnect)
+                      : LXFrameServiceClient::connectToAddress(options.address, onReply, onDisconnect);
+    if (client.isError())
+        return fail(client.error().message);
+
     auto bytes = NSData::dataWithContentsOfFile(options.moviePath);
     if (bytes.isError())
         return fail(bytes.error().message);
@@ -151,16 +162,6 @@ int main(int argc, char** argv) {
     std::filesystem::create_directories(folder, folderError);
     if (folderError)
         return fail("cannot make the folder " + folder.string() + ": " + folderError.message());
-
-    EventQueue events;
-    auto onReply = [&events](const PropertyDictionary& reply) { events.push(reply); };
-    auto onDisconnect = [&events](const std::string& reason) { events.push(Disconnected{reason}); };
-    auto client = options.address.empty()
-                      ? LXFrameServiceClient::spawnService(
-                            options.servicePath.empty() ? defaultServicePath() : options.servicePath, onReply, onDisconnect)
-                      : LXFrameServiceClient::connectToAddress(options.address, onReply, onDisconnect);
-    if (client.isError())
-        return fail(client.error().message);
 
     std::signal(SIGINT, [](int) { g_interrupted = true; });
     std::signal(SIGTERM, [](int) { g_interrupted = true; });
