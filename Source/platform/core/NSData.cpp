@@ -49,7 +49,9 @@ private:
     int m_fd;
 };
 
-Error readError(const std::string& path) { return makeError("cannot read " + path + ": " + std::strerror(errno)); }
+Error readError(const std::string& path) {
+    return makeError("cannot read " + path + ": " + std::strerror(errno));
+}
 
 /// The file's first `length` bytes, copied by the kernel into a new sealed memfd: no
 /// buffer of ours is zeroed and faulted in page by page, and the memfd can be handed

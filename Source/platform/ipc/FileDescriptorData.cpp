@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -9,7 +10,9 @@
 
 namespace {
 
-Error systemError(const char* what) { return makeError(std::string(what) + ": " + std::strerror(errno)); }
+Error systemError(const char* what) {
+    return makeError(std::string(what) + ": " + std::strerror(errno));
+}
 
 } // namespace
 
@@ -28,7 +31,8 @@ ErrorOr<NSData> DataFromFileDescriptor(int fd) {
     // A memfd sealed against writing and shrinking is mapped as it is: its owner can no
     // longer change it under us.
     int seals = fcntl(fd, F_GET_SEALS);
-    if (seals >= 0 && (static_cast<unsigned>(seals) & (F_SEAL_SHRINK | F_SEAL_WRITE)) == (F_SEAL_SHRINK | F_SEAL_WRITE)) {
+    if (seals >= 0 &&
+        (static_cast<unsigned>(seals) & (F_SEAL_SHRINK | F_SEAL_WRITE)) == (F_SEAL_SHRINK | F_SEAL_WRITE)) {
         int own = fcntl(fd, F_DUPFD_CLOEXEC, 0);
         if (own < 0)
             return systemError("cannot keep the descriptor");

@@ -98,7 +98,9 @@ TEST(FileDescriptorData, ReadsFilesAndMemfdsAndRefusesEverythingElse) {
     EXPECT_TRUE(DataFromFileDescriptor(pipeEnds[0]).isError());
     close(pipeEnds[0]);
     close(pipeEnds[1]);
-    EXPECT_TRUE(DataFromFileDescriptor(folder.path().c_str()[0] ? open(folder.path().c_str(), O_RDONLY) : -1).isError());
+    int folderDescriptor = open(folder.path().c_str(), O_RDONLY | O_DIRECTORY);
+    EXPECT_TRUE(DataFromFileDescriptor(folderDescriptor).isError());
+    close(folderDescriptor);
     EXPECT_TRUE(DataFromFileDescriptor(-1).isError());
 
     // A memfd its sender can still write is copied, not mapped.
@@ -126,7 +128,8 @@ TEST(FileDescriptorData, AFileReadIntoAMemfdTravelsWithoutAnotherCopy) {
 
     auto passed = CreateSealedMemfd(data.value(), "test");
     ASSERT_FALSE(passed.isError());
-    struct stat own {}, sent {};
+    struct stat own {};
+    struct stat sent {};
     fstat(data.value().sealedDescriptor(), &own);
     fstat(passed.value(), &sent);
     EXPECT_EQ(own.st_ino, sent.st_ino);
