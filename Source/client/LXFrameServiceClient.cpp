@@ -72,8 +72,15 @@ ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::spawnServic
     posix_spawn_file_actions_adddup2(&actions, sockets[1], kServiceSocket);
     std::string descriptor = std::to_string(kServiceSocket);
     char* arguments[] = {const_cast<char*>(servicePath.c_str()), const_cast<char*>("--fd"), descriptor.data(), nullptr};
+    // A session of its own keeps the terminal's Ctrl-C, meant for the client, from
+    // killing the service before the client can cancel; it leaves once the client's
+    // end of the socket closes.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
     pid_t pid = 0;
-    int spawned = posix_spawn(&pid, servicePath.c_str(), &actions, nullptr, arguments, environ);
+    int spawned = posix_spawn(&pid, servicePath.c_str(), &actions, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     close(sockets[1]);
     if (spawned != 0) {

@@ -1,4 +1,11 @@
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "support/Fixtures.h"
 
@@ -61,6 +68,37 @@ TEST(Lxframes, SaysWhatIsWrongInOneLineAndFails) {
         EXPECT_NE(output.find("status=" + std::to_string(c.status)), std::string::npos) << output;
         EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 2) << output;
     }
+}
+
+TEST(Lxframes, CtrlCOnTheTerminalCancelsTheJobCleanly) {
+    // Ctrl-C reaches the whole foreground process group; the service must not die of
+    // it before lxframes cancels. Large frames keep the job going long enough.
+    TemporaryFolder folder;
+    std::string errors = (folder / "errors.txt").string();
+    std::string tool = lxframes(), movie = sampleMovie().string(), output = folder.path().string();
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        setpgid(0, 0);
+        int errorFile = open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(errorFile, STDERR_FILENO);
+        execl(tool.c_str(), tool.c_str(), movie.c_str(), "-n", "40", "-S", "4000x3000", "-q", "-o",
+              output.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    setpgid(child, child);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!std::filesystem::exists(folder / "frame-001.png") && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    kill(-child, SIGINT);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    auto said = readFile(errors);
+    std::string text(said.begin(), said.end());
+    ASSERT_TRUE(WIFEXITED(status)) << text;
+    EXPECT_EQ(WEXITSTATUS(status), 130) << text;
+    EXPECT_NE(text.find("lxframes: cancelled after "), std::string::npos) << text;
+    EXPECT_FALSE(std::filesystem::exists(folder / "frame-040.png"));
 }
 
 } // namespace
