@@ -68,12 +68,11 @@ TEST(LXArray, RecordLookUpsByKeyAndKeyPath) {
 }
 
 TEST(LXMutableArray, RandomizeOfNothingOrOneLeavesItAlone) {
-    PropertyArray empty;
-    LXMutableArray::randomize(empty);
-    EXPECT_TRUE(empty.empty());
-    PropertyArray one = {N(7)};
-    LXMutableArray::randomize(one);
-    EXPECT_EQ(one, PropertyArray{N(7)});
+    for (const PropertyArray& before : {PropertyArray{}, PropertyArray{N(7)}}) {
+        PropertyArray array = before;
+        LXMutableArray::randomize(array);
+        EXPECT_EQ(array, before);
+    }
 
     const PropertyArray many = {N(1), N(2), N(3), N(4), N(5), N(6), N(7), N(8)};
     EXPECT_TRUE(sameElements(LXArray::randomizedArray(many), many));

@@ -89,9 +89,6 @@ TEST(LXStringPaths, AnswersWhatAnItemIs) {
     touch(folder / "Backups.backupdb");
     EXPECT_TRUE(LXString::isTimeMachineVolumePath(folder.path().string()));
 
-    FSRef ref;
-    ASSERT_TRUE(LXString::getFSRef(at("alias1"), &ref));
-    EXPECT_EQ(LXString::pathWithFSRef(&ref), fs::canonical(folder.path()).string() + "/alias1");
     EXPECT_EQ(LXString::pathWithFSRef(nullptr), std::nullopt);
 }
 
