@@ -24,7 +24,6 @@ constexpr uint32_t argb(uint32_t a, uint32_t r, uint32_t g, uint32_t b) {
 inline constexpr auto alphaOf = [](uint32_t word) { return word >> 24; };
 inline constexpr auto redOf = [](uint32_t word) { return (word >> 16) & 0xff; };
 inline constexpr auto greenOf = [](uint32_t word) { return (word >> 8) & 0xff; };
-inline constexpr auto blueOf = [](uint32_t word) { return word & 0xff; };
 
 inline uint32_t wordAt(const uint8_t* data, size_t bytesPerRow, int x, int row) {
     uint32_t word;
