@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/media/MemoryInput.h"
-#include "platform/media/LookaheadFrameGrabber.h"
+#include "platform/media/VideoFrameGrabber.h"
 
 /// What a movie opened from bytes keeps of FFmpeg: the demuxer, the facts about each
 /// stream that grabbing needs (indexed like the movie's tracks), and the frame grabber,
@@ -20,5 +20,5 @@ struct MovieDecoder {
     std::vector<Stream> streams;
     /// The stream time, in AV_TIME_BASE units, that movie time 0 stands for.
     int64_t startOffset = 0;
-    std::unique_ptr<LookaheadFrameGrabber> grabber;
+    std::unique_ptr<VideoFrameGrabber> grabber;
 };

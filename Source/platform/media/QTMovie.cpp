@@ -502,22 +502,20 @@ ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time,
         m_decoder->grabber.reset();
         AVStream* stream = m_decoder->input->format()->streams[streamIndex];
         int64_t offset = av_rescale_q(m_decoder->startOffset, AV_TIME_BASE_Q, stream->time_base);
-        auto grabber = LookaheadFrameGrabber::create(*m_decoder->input, streamIndex, offset,
+        auto grabber = VideoFrameGrabber::create(*m_decoder->input, streamIndex, offset,
                                                  m_decoder->streams[size_t(trackIndex)].rotation);
         if (grabber.isError())
             return grabber.error();
         m_decoder->grabber = grabber.releaseValue();
     }
 
-    // Upcoming times outside the movie are never grabbed: they end the hint.
-    std::vector<VideoFrameGrabber::Time> upcoming;
-    for (QTTime later : attributes.upcomingTimes) {
-        auto next = GrabberTime(later);
-        if (!next || CompareTimes(next->value, next->scale, m_duration.timeValue, m_duration.timeScale) >= 0)
-            break;
-        upcoming.push_back(*next);
+    auto after = VideoFrameGrabber::AfterTarget::Continue;
+    if (!attributes.upcomingTimes.empty()) {
+        if (auto next = GrabberTime(attributes.upcomingTimes.front());
+            next && m_decoder->grabber->seeksBetween(*GrabberTime(time), *next))
+            after = VideoFrameGrabber::AfterTarget::Drain;
     }
-    auto bitmap = m_decoder->grabber->frameAtTime(*GrabberTime(time), *pixels, upcoming);
+    auto bitmap = m_decoder->grabber->frameAtTime(*GrabberTime(time), *pixels, after);
     if (bitmap.isError())
         return bitmap.error();
     auto image = NSImage::imageWithBitmap(bitmap.releaseValue(), size);

@@ -29,8 +29,8 @@ struct QTFrameImageAttributes {
 
     std::optional<NSSize> size;
     /// The times the caller will ask for after this one, in order, as far as it knows
-    /// them. Only a hint: the decoder uses it to stop right after this frame when the
-    /// next lies beyond a keyframe, and to start on later frames meanwhile.
+    /// them. Only a hint: the decoder stops right after this frame when the next time
+    /// lies beyond a keyframe, instead of decoding on towards it.
     std::vector<QTTime> upcomingTimes;
 };
 

@@ -22,6 +22,7 @@ constexpr int kMaxSeekAttempts = 8;
 // A grab on hostile or enormous input gives up after this long rather than hang.
 constexpr auto kGrabDeadline = std::chrono::seconds(60);
 constexpr int kMaxConsecutiveDecodeErrors = 1000;
+constexpr const char* kTooLong = "decoding took too long";
 
 } // namespace
 
@@ -73,27 +74,13 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(Time time, PixelSize si
         return makeError("the time has no time scale");
     m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
     m_input.setDeadline(kGrabDeadline);
-    auto frame = locate(Target{time.value, AVRational{1, time.scale}},
-                        after == AfterTarget::Drain ? AtTarget::Drain : AtTarget::Continue);
+    auto frame = locate(Target{time.value, AVRational{1, time.scale}}, after);
     if (frame.isError()) {
         // After a timeout or a failed seek the decoder's place is unknown.
         m_positioned = false;
         return frame.error();
     }
     return convert(frame.value(), size);
-}
-
-ErrorOr<bool> VideoFrameGrabber::prepare(Time time) {
-    if (time.scale <= 0)
-        return makeError("the time has no time scale");
-    m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
-    m_input.setDeadline(kGrabDeadline);
-    auto frame = locate(Target{time.value, AVRational{1, time.scale}}, AtTarget::Pause);
-    if (frame.isError()) {
-        m_positioned = false;
-        return frame.error();
-    }
-    return true;
 }
 
 bool VideoFrameGrabber::seeksBetween(Time from, Time to) const {
@@ -168,7 +155,7 @@ bool VideoFrameGrabber::seekToStart() {
     return av_seek_frame(format, -1, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
-ErrorOr<bool> VideoFrameGrabber::seekTo(Target target, AtTarget atTarget) {
+ErrorOr<bool> VideoFrameGrabber::seekTo(Target target, AfterTarget after) {
     AVFormatContext* format = m_input.format();
     int64_t seekTime = toStreamTime(target);
     int64_t stepBack = std::max<int64_t>(1, av_rescale_q(AV_TIME_BASE, AV_TIME_BASE_Q, m_stream->time_base));
@@ -182,11 +169,10 @@ ErrorOr<bool> VideoFrameGrabber::seekTo(Target target, AtTarget atTarget) {
         if (fromStart && !seekToStart())
             return makeError("the movie cannot be positioned");
         m_positioned = true;
-        // The first frame tells whether the seek landed early enough, so a grab that
-        // would pause keeps decoding until it has it.
-        Decoded first = decodeNext(target, m_ahead.get(), atTarget == AtTarget::Pause ? AtTarget::Continue : atTarget);
+        // The first frame tells whether the seek landed early enough.
+        Decoded first = decodeNext(target, m_ahead.get(), after);
         if (first == Decoded::Interrupted)
-            return interruptedError();
+            return makeError(kTooLong);
         if (fromStart)
             return true;
         if (first == Decoded::Frame) {
@@ -207,14 +193,9 @@ ErrorOr<bool> VideoFrameGrabber::seekTo(Target target, AtTarget atTarget) {
     }
 }
 
-Error VideoFrameGrabber::interruptedError() const {
-    return makeError(m_stopRequested.load(std::memory_order_relaxed) ? "the grab was stopped"
-                                                                     : "decoding took too long");
-}
-
-ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target, AtTarget atTarget) {
+ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target, AfterTarget after) {
     if (!canContinueTo(target)) {
-        auto sought = seekTo(target, atTarget);
+        auto sought = seekTo(target, after);
         if (sought.isError())
             return sought.error();
     }
@@ -230,11 +211,9 @@ ErrorOr<AVFrame*> VideoFrameGrabber::locate(Target target, AtTarget atTarget) {
             av_frame_unref(m_shown.get());
             av_frame_move_ref(m_shown.get(), m_ahead.get());
         }
-        Decoded next = decodeNext(target, m_ahead.get(), atTarget);
+        Decoded next = decodeNext(target, m_ahead.get(), after);
         if (next == Decoded::Interrupted)
-            return interruptedError();
-        if (next == Decoded::Paused)
-            return nullptr;
+            return makeError(kTooLong);
         if (next == Decoded::End)
             break;
     }
@@ -288,10 +267,10 @@ bool VideoFrameGrabber::nothingLeftUpTo(Target target) const {
     return pastTarget;
 }
 
-VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame* into, AtTarget atTarget) {
+VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame* into, AfterTarget after) {
     int errors = 0;
     for (;;) {
-        if (m_stopRequested.load(std::memory_order_relaxed) || std::chrono::steady_clock::now() > m_deadline)
+        if (std::chrono::steady_clock::now() > m_deadline)
             return Decoded::Interrupted;
         if (m_decoderEnded)
             return Decoded::End;
@@ -312,9 +291,7 @@ VideoFrameGrabber::Decoded VideoFrameGrabber::decodeNext(Target target, AVFrame*
             return Decoded::End;
         }
         readAhead(kLookahead + 1);
-        if (atTarget != AtTarget::Continue && nothingLeftUpTo(target)) {
-            if (atTarget == AtTarget::Pause)
-                return Decoded::Paused;
+        if (after == AfterTarget::Drain && nothingLeftUpTo(target)) {
             // Draining gives out the frames still in the decoder without decoding any
             // that are presented later; the decoder then has to start again.
             avcodec_send_packet(m_codec.get(), nullptr);

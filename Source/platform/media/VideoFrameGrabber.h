@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <deque>
 #include <memory>
@@ -43,38 +42,26 @@ public:
     /// the display rotation and scaled to exactly `size` pixels. The time must lie inside
     /// the movie; times before the first frame give the first.
     ErrorOr<NSBitmapImageRep> frameAtTime(Time time, PixelSize size, AfterTarget after = AfterTarget::Continue);
-    /// Does the part of a grab at `time` that does not depend on what follows it: seeks
-    /// and decodes until only frames presented after it remain to be sent (or the frame
-    /// is found). `frameAtTime` for the same time then finishes the grab.
-    ErrorOr<bool> prepare(Time time);
     /// Whether a grab at `to` right after one at `from` starts again from a keyframe
     /// rather than decoding on.
     bool seeksBetween(Time from, Time to) const;
 
-    /// Asks a grab running on another thread to stop soon with an error; it stays
-    /// asked until `clearStopRequest`.
-    void requestStop() { m_stopRequested.store(true, std::memory_order_relaxed); }
-    void clearStopRequest() { m_stopRequested.store(false, std::memory_order_relaxed); }
-
 private:
     VideoFrameGrabber(MemoryInput& input, AVStream* stream, int64_t startOffset, int rotation);
 
-    enum class Decoded { Frame, End, Paused, Interrupted };
-    /// How a grab in progress treats the point where all frames up to the target are sent.
-    enum class AtTarget { Continue, Drain, Pause };
+    enum class Decoded { Frame, End, Interrupted };
     struct Target {
         int64_t value;
         AVRational base;
     };
 
-    /// The shown frame, or null when paused at the target.
-    ErrorOr<AVFrame*> locate(Target target, AtTarget atTarget);
-    Error interruptedError() const;
-    ErrorOr<bool> seekTo(Target target, AtTarget atTarget);
+    /// The shown frame.
+    ErrorOr<AVFrame*> locate(Target target, AfterTarget after);
+    ErrorOr<bool> seekTo(Target target, AfterTarget after);
     bool seekToStart();
     bool canContinueTo(Target target) const;
     bool decodesOnBetween(int64_t fromStreamTime, int64_t toStreamTime) const;
-    Decoded decodeNext(Target target, AVFrame* into, AtTarget atTarget);
+    Decoded decodeNext(Target target, AVFrame* into, AfterTarget after);
     bool readAhead(size_t count);
     bool nothingLeftUpTo(Target target) const;
     bool mayDiscard(const AVPacket& packet, Target target) const;
@@ -110,7 +97,6 @@ private:
     bool m_flushSent = false;
     bool m_decoderEnded = false;
     std::chrono::steady_clock::time_point m_deadline;
-    std::atomic<bool> m_stopRequested = false;
 
     struct ScalerKey {
         int width = 0, height = 0, format = -1, outWidth = 0, outHeight = 0, colorspace = -1, range = -1;

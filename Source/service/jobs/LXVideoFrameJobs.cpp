@@ -29,12 +29,7 @@ std::shared_ptr<NSImage> grabFrame(QTMovie& movie, QTTime time, const QTFrameIma
     return image.isError() ? nullptr : image.releaseValue();
 }
 
-// How many grabs ahead the movie is told of: enough for it to work on the next ones
-// while this one is encoded.
-constexpr int kUpcomingTimesHinted = 2;
-
 PropertyValue frameEntries(PropertyDictionary entry) { return PropertyArray{PropertyValue(std::move(entry))}; }
-
 
 void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary& options) {
     const NSData* movieData = dataForKey(options, LXVideoFrameKey::movieData);
@@ -76,9 +71,11 @@ void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary
         if (host.cancelled())
             return;
         QTTime time{timeValue, duration.timeScale, duration.flags};
+        // Told the next frame's time, the movie stops decoding right after this frame
+        // when the next one needs a seek anyway.
         attributes.upcomingTimes.clear();
-        for (int32_t ahead = 1; ahead <= kUpcomingTimesHinted && ahead <= frameCount - frameNumber; ++ahead)
-            attributes.upcomingTimes.push_back({timeValue + int64_t(ahead) * interval, duration.timeScale, duration.flags});
+        if (frameNumber < frameCount)
+            attributes.upcomingTimes.push_back({timeValue + interval, duration.timeScale, duration.flags});
         auto image = grabFrame(*movie, time, attributes);
         if (!image) {
             time.timeValue = std::min(timeValue, guardedEnd);
@@ -118,8 +115,8 @@ void createChapterFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDic
             return;
         QTTime start = chapters[index].startTime.value_or(QTZeroTime);
         attributes.upcomingTimes.clear();
-        for (size_t ahead = index + 1; ahead < chapters.size() && ahead <= index + kUpcomingTimesHinted; ++ahead)
-            attributes.upcomingTimes.push_back(chapters[ahead].startTime.value_or(QTZeroTime));
+        if (index + 1 < chapters.size())
+            attributes.upcomingTimes.push_back(chapters[index + 1].startTime.value_or(QTZeroTime));
         auto image = grabFrame(*movie, start, attributes);
         std::optional<NSData> png = image ? LXImage::PNGRepresentation(*image) : std::nullopt;
         image.reset();
