@@ -29,14 +29,10 @@ ErrorOr<NSData> DataFromFileDescriptor(int fd) {
         return NSData::dataWithVector({});
 
     // A memfd sealed against writing and shrinking is mapped as it is: its owner can no
-    // longer change it under us.
-    int seals = fcntl(fd, F_GET_SEALS);
-    if (seals >= 0 &&
-        (static_cast<unsigned>(seals) & (F_SEAL_SHRINK | F_SEAL_WRITE)) == (F_SEAL_SHRINK | F_SEAL_WRITE)) {
-        int own = fcntl(fd, F_DUPFD_CLOEXEC, 0);
-        if (own < 0)
-            return systemError("cannot keep the descriptor");
-        return NSData::dataWithSealedMemfd(own, length);
+    // longer change it under us. Anything else is copied.
+    if (int own = fcntl(fd, F_DUPFD_CLOEXEC, 0); own >= 0) {
+        if (auto mapped = NSData::dataWithSealedMemfd(own, length); !mapped.isError())
+            return mapped;
     }
     auto copy = NSData::dataWithCopyOfFile(fd, length);
     if (copy.isError())
