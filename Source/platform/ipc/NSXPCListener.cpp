@@ -135,6 +135,14 @@ void NSXPCListener::accept(GObjectRef<GDBusConnection> connection) {
         wrapped->invalidate();
         return;
     }
+    // A peer that left before its connection was resumed never gets a "closed" signal
+    // here: it came before the connection was watched.
+    if (wrapped->isClosed()) {
+        wrapped->invalidate();
+        if (socketPeer && m_lastPeerGone)
+            m_lastPeerGone();
+        return;
+    }
     m_connections.push_back(wrapped);
     g_dbus_connection_start_message_processing(wrapped->connection());
 }
