@@ -111,7 +111,8 @@ int main(int argc, char** argv) {
     for (int i = 0; i < 10; ++i) {
         replies.clear();
         auto start = Clock::now();
-        client.value()->processRequest(request(small, "{320, 240}", 1, 0));
+        if (client.value()->processRequest(request(small, "{320, 240}", 1, 0)).isError())
+            return 1;
         replies.waitForFinal();
         firstFrameTimes.push_back(milliseconds(replies.received.front().first - start));
     }
@@ -121,7 +122,8 @@ int main(int argc, char** argv) {
     // caller (bench/run makes an MP4 at the default 1000 ticks a second).
     replies.clear();
     auto start = Clock::now();
-    client.value()->processRequest(request(big, "{1280, 720}", 10, 11500));
+    if (client.value()->processRequest(request(big, "{1280, 720}", 10, 11500)).isError())
+        return 1;
     replies.waitForFinal();
     double jobTime = milliseconds(Clock::now() - start);
     int written = 0;

@@ -21,7 +21,8 @@ namespace {
 class ReplyReceiver final : public NSXPCExportedObject {
 public:
     explicit ReplyReceiver(LXFrameServiceClient::ReplyHandler handler) : m_handler(std::move(handler)) {}
-    void receiveMessage(std::string_view selector, const PropertyArray& arguments) override {
+    void receiveMessage(std::string_view selector, const PropertyArray& arguments,
+                        const NSXPCMessageFacts&) override {
         if (selector == "processReply" && !arguments.empty() && arguments[0].dictionary() && m_handler)
             m_handler(*arguments[0].dictionary());
     }
@@ -174,9 +175,13 @@ std::string LXFrameServiceClient::exitReason() {
     return " (the service exited with status " + std::to_string(WEXITSTATUS(m_exitStatus)) + ")";
 }
 
-void LXFrameServiceClient::processRequest(const PropertyDictionary& request) {
-    if (m_connection)
-        m_connection->sendMessage("processRequest", {PropertyValue(request)});
+ErrorOr<bool> LXFrameServiceClient::processRequest(const PropertyDictionary& request) {
+    if (!m_connection)
+        return makeError("not connected to the frame service");
+    auto sent = m_connection->trySendMessage("processRequest", {PropertyValue(request)});
+    if (sent.isError())
+        return makeError("cannot send the request: " + sent.error().message);
+    return true;
 }
 
 void LXFrameServiceClient::cancelRequest() {

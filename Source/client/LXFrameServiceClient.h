@@ -33,7 +33,10 @@ public:
                                                                            DisconnectHandler onDisconnect = {});
     ~LXFrameServiceClient();
 
-    void processRequest(const PropertyDictionary& request);
+    /// Sends the request. A request that D-Bus cannot carry (an array over 64 MiB or a
+    /// message over 128 MiB, which only arises where a memfd could not be made or
+    /// from huge values other than the movie) is not sent, and the error says why.
+    ErrorOr<bool> processRequest(const PropertyDictionary& request);
     void cancelRequest();
     bool isConnected() const;
     /// The spawned service's process, or 0.

@@ -1,5 +1,8 @@
 #include "service/LXVideoFrameTask.h"
 
+#include <malloc.h>
+#include <utility>
+
 #include "service/LXVideoFrameProtocols.h"
 
 
@@ -36,7 +39,7 @@ bool LXVideoFrameTask::shouldAcceptNewConnection(NSXPCListener&, std::shared_ptr
     connection->setExportedInterface(LXVideoFrameServiceInterface());
     connection->setExportedObject(shared_from_this());
     connection->resume();
-    // The connection before stays open and untouched; only replies move to the new one.
+    // The connection before stays open; only replies move to the new one.
     setConnection(std::move(connection));
     return true;
 }
@@ -47,17 +50,31 @@ std::shared_ptr<NSXPCConnection> LXVideoFrameTask::connection() const {
 }
 
 void LXVideoFrameTask::setConnection(std::shared_ptr<NSXPCConnection> connection) {
-    std::lock_guard lock(m_connectionMutex);
-    m_connection = std::move(connection);
+    std::shared_ptr<NSXPCConnection> previous;
+    {
+        std::lock_guard lock(m_connectionMutex);
+        previous = std::exchange(m_connection, std::move(connection));
+    }
+    // The job may be waiting for the old peer to read; it no longer answers there, so
+    // the wait ends and its further replies go to the new connection. Otherwise a peer
+    // that stopped reading would hold every later client's cancel and request.
+    if (previous && previous != this->connection())
+        previous->stopWaitingForPeer();
 }
 
-void LXVideoFrameTask::receiveMessage(std::string_view selector, const PropertyArray& arguments) {
+void LXVideoFrameTask::receiveMessage(std::string_view selector, const PropertyArray& arguments,
+                                      const NSXPCMessageFacts& facts) {
     if (selector == "cancelRequest") {
         cancelRequest();
         return;
     }
-    if (selector == "processRequest" && !arguments.empty() && arguments[0].dictionary())
-        processRequest(*arguments[0].dictionary());
+    if (selector != "processRequest" || arguments.empty() || !arguments[0].dictionary())
+        return;
+    if (facts.breaksWireLimits) {
+        refuseRequest(*arguments[0].dictionary());
+        return;
+    }
+    processRequest(*arguments[0].dictionary(), facts.inlineBytes);
 }
 
 void LXVideoFrameTask::cancelRequest() {
@@ -67,16 +84,48 @@ void LXVideoFrameTask::cancelRequest() {
         current->interruptSend();
 }
 
-void LXVideoFrameTask::processRequest(PropertyDictionary request) {
+void LXVideoFrameTask::processRequest(PropertyDictionary request, size_t inlineBytes) {
     if (!PropertyValueForKey(request, LXVideoFrameKey::token))
         return;
-    m_queue.addOperationWithBlock([self = shared_from_this(), request = std::move(request)] {
+    bool admitted = false;
+    {
+        std::lock_guard lock(m_waitingMutex);
+        admitted = m_waitingRequests < kMaximumWaitingRequests &&
+                   inlineBytes <= kMaximumWaitingInlineBytes - m_waitingInlineBytes;
+        if (admitted) {
+            ++m_waitingRequests;
+            m_waitingInlineBytes += inlineBytes;
+        }
+    }
+    if (!admitted) {
+        refuseRequest(request);
+        return;
+    }
+    m_queue.addOperationWithBlock([self = shared_from_this(), request = std::move(request), inlineBytes] {
+        {
+            std::lock_guard lock(self->m_waitingMutex);
+            --self->m_waitingRequests;
+            self->m_waitingInlineBytes -= inlineBytes;
+        }
         // Only the key's presence selects the chapter job; its value is never read.
         if (PropertyValueForKey(request, LXVideoFrameKey::wantsChapterFrames))
             self->createChapterFramesWithOptions(request);
         else
             self->createFramesWithOptions(request);
+        // A job's memory is allocated on several threads (GDBus's reader, the delivery
+        // thread, the decoder's threads), and glibc keeps what they free in per-thread
+        // arenas; handing it back after each job keeps an idle service small.
+        malloc_trim(0);
     });
+}
+
+size_t LXVideoFrameTask::waitingRequests() const {
+    std::lock_guard lock(m_waitingMutex);
+    return m_waitingRequests;
+}
+
+void LXVideoFrameTask::refuseRequest(const PropertyDictionary& request) {
+    reply(request, LXVideoFrameKey::completed, PropertyValue::boolean(false));
 }
 
 void LXVideoFrameTask::reply(const PropertyDictionary& options, const char* key, PropertyValue value) {

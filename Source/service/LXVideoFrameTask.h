@@ -11,6 +11,15 @@
 #include "platform/ipc/NSXPCListener.h"
 #include "service/LXVideoFrameJobs.h"
 
+/// How much may wait behind the running job. A request past either bound is not queued:
+/// it gets the neutral final reply ("completed" false) at once. A movie that travels as
+/// a descriptor costs a descriptor while it waits, not its bytes; one sent inline keeps
+/// its whole message in memory.
+inline constexpr size_t kMaximumWaitingRequests = 32;
+/// As much as one D-Bus message can carry, so that any request is taken while nothing
+/// waits.
+inline constexpr size_t kMaximumWaitingInlineBytes = size_t(128) * 1024 * 1024;
+
 /// The service's one object: it accepts the client's connections, takes requests on the
 /// delivery thread and runs each as a job on the main queue, one at a time in arrival
 /// order, answering through the connection accepted last.
@@ -39,8 +48,9 @@ public:
     /// (delivery) thread: posted to the main queue it would wait behind that very job.
     void cancelRequest();
     /// Posts the request to the main queue and returns. A request without "token" can
-    /// never be answered and is dropped.
-    void processRequest(PropertyDictionary request);
+    /// never be answered and is dropped. `inlineBytes` is what the request keeps in
+    /// memory while it waits (see the bounds above).
+    void processRequest(PropertyDictionary request, size_t inlineBytes = 0);
 
     /// One picture per chapter, in the chapter list's order.
     void createChapterFramesWithOptions(const PropertyDictionary& options);
@@ -54,10 +64,16 @@ public:
     std::shared_ptr<NSXPCConnection> connection() const;
     void setConnection(std::shared_ptr<NSXPCConnection> connection);
 
-    void receiveMessage(std::string_view selector, const PropertyArray& arguments) override;
+    void receiveMessage(std::string_view selector, const PropertyArray& arguments,
+                        const NSXPCMessageFacts& facts) override;
+
+    /// Requests posted and not yet started.
+    size_t waitingRequests() const;
 
 private:
     const LXVideoFrameJobs* jobs() const;
+    /// The neutral final reply, sent at once, for a request that will not be served.
+    void refuseRequest(const PropertyDictionary& request);
 
     NSOperationQueue& m_queue;
     mutable std::mutex m_jobsMutex;
@@ -66,4 +82,7 @@ private:
     std::atomic<bool> m_cancelled{false};
     mutable std::mutex m_connectionMutex;
     std::shared_ptr<NSXPCConnection> m_connection;
+    mutable std::mutex m_waitingMutex;
+    size_t m_waitingRequests = 0;
+    size_t m_waitingInlineBytes = 0;
 };

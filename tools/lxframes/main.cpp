@@ -166,7 +166,8 @@ int main(int argc, char** argv) {
     std::signal(SIGINT, [](int) { g_interrupted = true; });
     std::signal(SIGTERM, [](int) { g_interrupted = true; });
     bool showProgress = !options.quiet && isatty(STDERR_FILENO);
-    client.value()->processRequest(request);
+    if (auto sent = client.value()->processRequest(request); sent.isError())
+        return fail(sent.error().message);
 
     int replies = 0;
     int written = 0;

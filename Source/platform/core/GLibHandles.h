@@ -31,10 +31,16 @@ using GMainContextHandle = std::unique_ptr<GMainContext, GMainContextDeleter>;
 using GMainLoopHandle = std::unique_ptr<GMainLoop, GMainLoopDeleter>;
 using GDBusNodeInfoHandle = std::unique_ptr<GDBusNodeInfo, GDBusNodeInfoDeleter>;
 
-/// Takes ownership of a GVariant, sinking a floating reference.
+/// Takes over the one reference the caller holds to a GVariant, whichever kind it is:
+/// a floating one (from the `g_variant_new_*` constructors and builders) is sunk, a full
+/// one (from `g_variant_get_child_value`, `g_variant_get_variant`, an iterator…) is kept
+/// as it is. `g_variant_ref_sink` would add a second reference to a full one and leak
+/// the value, and with it the message buffer it points into.
 inline GVariantHandle AdoptVariant(GVariant* value) {
-    return GVariantHandle(value ? g_variant_ref_sink(value) : nullptr);
+    return GVariantHandle(value ? g_variant_take_ref(value) : nullptr);
 }
 
 /// A string that GLib allocated, or "" for a null one.
-inline std::string StringFromGChars(const GCharHandle& text) { return text ? std::string(text.get()) : std::string(); }
+inline std::string StringFromGChars(const GCharHandle& text) {
+    return text ? std::string(text.get()) : std::string();
+}

@@ -2,8 +2,10 @@
 
 #include <future>
 
-DeliveryThread::DeliveryThread()
-    : m_context(g_main_context_new()), m_loop(g_main_loop_new(m_context.get(), FALSE)) {
+DeliveryThread::DeliveryThread(Context context)
+    : m_context(context == Context::Own ? g_main_context_new()
+                                        : g_main_context_ref(g_main_context_default())),
+      m_loop(g_main_loop_new(m_context.get(), FALSE)) {
     std::promise<void> running;
     auto started = running.get_future();
     m_thread = std::thread([this, &running] {

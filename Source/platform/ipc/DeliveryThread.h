@@ -5,11 +5,21 @@
 
 #include "platform/core/GLibHandles.h"
 
-/// A thread that runs a GMainContext of its own: the delivery queue on which
-/// connections are accepted and their incoming messages are handled, one at a time.
+/// A thread that runs a GMainContext: the delivery queue on which connections are
+/// accepted and their incoming messages are handled, one at a time.
 class DeliveryThread {
 public:
-    DeliveryThread();
+    enum class Context {
+        /// A context of the thread's own.
+        Own,
+        /// The process's global default context. GLib delivers there the signals of
+        /// objects made on threads that have no context of their own, such as the
+        /// "closed" signal of every connection that a GDBusServer accepts; unless some
+        /// thread runs it, a closed connection is never released. Only one thread of a
+        /// process can run it at a time.
+        ProcessDefault,
+    };
+    explicit DeliveryThread(Context context = Context::Own);
     ~DeliveryThread();
     DeliveryThread(const DeliveryThread&) = delete;
     DeliveryThread& operator=(const DeliveryThread&) = delete;

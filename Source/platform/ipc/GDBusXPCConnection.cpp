@@ -3,6 +3,7 @@
 #include <gio/gunixfdlist.h>
 
 #include "platform/core/GLibHandles.h"
+#include "platform/ipc/DBusWireLimits.h"
 #include "platform/ipc/PropertyListVariant.h"
 
 std::shared_ptr<GDBusXPCConnection> GDBusXPCConnection::create(GObjectRef<GDBusConnection> connection) {
@@ -48,6 +49,9 @@ void GDBusXPCConnection::handleMethodCall(GDBusConnection*, const char*, const c
                                           GVariant* parameters, GDBusMethodInvocation* invocation, gpointer target) {
     auto self = static_cast<std::weak_ptr<GDBusXPCConnection>*>(target)->lock();
     GUnixFDList* fds = g_dbus_message_get_unix_fd_list(g_dbus_method_invocation_get_message(invocation));
+    NSXPCMessageFacts facts;
+    facts.inlineBytes = g_variant_get_size(parameters);
+    facts.breaksWireLimits = DBusWireLimitBreach(parameters).has_value();
     PropertyArray arguments;
     gsize count = g_variant_n_children(parameters);
     for (gsize i = 0; i < count; ++i) {
@@ -61,7 +65,7 @@ void GDBusXPCConnection::handleMethodCall(GDBusConnection*, const char*, const c
         return;
     const NSXPCMessage* message = self->exportedInterface().messageForMember(member);
     if (message && self->exportedObject())
-        self->exportedObject()->receiveMessage(message->selector, arguments);
+        self->exportedObject()->receiveMessage(message->selector, arguments, facts);
 }
 
 void GDBusXPCConnection::handleClosed(GDBusConnection*, gboolean, GError*, gpointer target) {
@@ -83,10 +87,17 @@ void GDBusXPCConnection::unregister() {
 }
 
 void GDBusXPCConnection::sendMessage(std::string_view selector, const PropertyArray& arguments) {
+    // One-way: a message that cannot go out is lost, as one to a peer that has gone.
+    (void)trySendMessage(selector, arguments);
+}
+
+ErrorOr<bool> GDBusXPCConnection::trySendMessage(std::string_view selector, const PropertyArray& arguments) {
     const auto& remote = remoteObjectInterface();
     const NSXPCMessage* message = remote.messageForSelector(selector);
-    if (!message || m_closed)
-        return;
+    if (!message)
+        return makeError("the peer's interface has no message " + std::string(selector));
+    if (m_closed)
+        return makeError("the connection is closed");
     uint64_t interruptionsBeforeSend;
     {
         std::lock_guard lock(m_sendMutex);
@@ -101,17 +112,27 @@ void GDBusXPCConnection::sendMessage(std::string_view selector, const PropertyAr
         g_variant_builder_add_value(&body, VariantFromPropertyDictionary(dictionary ? *dictionary : PropertyDictionary{},
                                                                          fds.get()));
     }
+    auto bodyValue = AdoptVariant(g_variant_builder_end(&body));
+    // GDBus would send an over-long array, and the peer's GDBus would take it or drop
+    // the whole connection; refuse it here, where the sender can still be told.
+    if (auto breach = DBusWireLimitBreach(bodyValue.get()))
+        return makeError("the message is too large for D-Bus: " + *breach);
     auto call = GObjectRef<GDBusMessage>::adopt(g_dbus_message_new_method_call(
         nullptr, remote.objectPath().c_str(), remote.name().c_str(), message->member.c_str()));
-    g_dbus_message_set_body(call.get(), g_variant_builder_end(&body));
+    g_dbus_message_set_body(call.get(), bodyValue.get());
     if (g_unix_fd_list_get_length(fds.get()) > 0)
         g_dbus_message_set_unix_fd_list(call.get(), fds.get());
     g_dbus_message_set_flags(call.get(), G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED);
-    if (!g_dbus_connection_send_message(m_connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
-                                        nullptr))
-        return;
+    GError* rawError = nullptr;
+    if (!g_dbus_connection_send_message(m_connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE,
+                                        nullptr, &rawError)) {
+        GErrorHandle error(rawError);
+        return makeError(std::string("cannot send the message: ") +
+                         (error ? error->message : "unknown error"));
+    }
 
     waitUntilFlushed(interruptionsBeforeSend);
+    return true;
 }
 
 // Waits until the message has left for the peer, so that a peer that stops reading
@@ -122,13 +143,18 @@ void GDBusXPCConnection::waitUntilFlushed(uint64_t interruptionsBeforeSend) {
     // through the very context that thread would be blocked in.
     if (!m_deliveryContext || m_closed || g_main_context_is_owner(m_deliveryContext))
         return;
+    {
+        std::lock_guard lock(m_sendMutex);
+        if (!m_sendsWait)
+            return;
+    }
     auto wait = std::make_shared<FlushWait>();
     wait->connection = m_connection;
     {
         std::lock_guard lock(m_sendMutex);
         m_pendingFlush = wait;
         // An interruption that came while the message was being sent counts too.
-        if (m_interruptions != interruptionsBeforeSend || m_closed)
+        if (m_interruptions != interruptionsBeforeSend || m_closed || !m_sendsWait)
             wait->interrupted = true;
     }
     auto started = new std::shared_ptr<FlushWait>(wait);
@@ -170,6 +196,14 @@ void GDBusXPCConnection::FlushWait::interrupt() {
 
 void GDBusXPCConnection::interruptSend() {
     std::lock_guard lock(m_sendMutex);
+    ++m_interruptions;
+    if (m_pendingFlush)
+        m_pendingFlush->interrupt();
+}
+
+void GDBusXPCConnection::stopWaitingForPeer() {
+    std::lock_guard lock(m_sendMutex);
+    m_sendsWait = false;
     ++m_interruptions;
     if (m_pendingFlush)
         m_pendingFlush->interrupt();

@@ -8,6 +8,7 @@
 
 #include <gio/gio.h>
 
+#include "platform/core/ErrorOr.h"
 #include "platform/core/GObjectRef.h"
 #include "platform/ipc/NSXPCConnection.h"
 
@@ -20,7 +21,11 @@ public:
 
     void resume() override;
     void sendMessage(std::string_view selector, const PropertyArray& arguments) override;
+    /// `sendMessage` that says why a message did not go out: it breaks D-Bus's own size
+    /// limits (see DBusWireLimits.h), the connection is closed, or GDBus refused it.
+    ErrorOr<bool> trySendMessage(std::string_view selector, const PropertyArray& arguments);
     void interruptSend() override;
+    void stopWaitingForPeer() override;
     bool isClosed() const override { return m_closed.load(); }
 
     /// Called on the delivery thread once the peer has gone.
@@ -57,4 +62,5 @@ private:
     std::mutex m_sendMutex;
     std::shared_ptr<FlushWait> m_pendingFlush;
     uint64_t m_interruptions = 0;
+    bool m_sendsWait = true;
 };

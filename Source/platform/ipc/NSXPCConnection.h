@@ -6,12 +6,23 @@
 #include "platform/core/PropertyList.h"
 #include "platform/ipc/NSXPCInterface.h"
 
+/// What the connection knows of an incoming message besides its arguments.
+struct NSXPCMessageFacts {
+    /// The bytes of the message's body, which data read from it keeps in memory until
+    /// the last value that refers to it is gone (descriptors it carries not counted).
+    size_t inlineBytes = 0;
+    /// The message breaks D-Bus's own limits (an array over 64 MiB); it arrived only
+    /// because GDBus is lenient, and must be refused.
+    bool breaksWireLimits = false;
+};
+
 /// The object that receives a connection's incoming messages.
 class NSXPCExportedObject {
 public:
     virtual ~NSXPCExportedObject() = default;
     /// Called on the connection's delivery thread, one message at a time.
-    virtual void receiveMessage(std::string_view selector, const PropertyArray& arguments) = 0;
+    virtual void receiveMessage(std::string_view selector, const PropertyArray& arguments,
+                                const NSXPCMessageFacts& facts) = 0;
 };
 
 /// A connection to one peer. Incoming messages of the exported interface go to the
@@ -37,6 +48,10 @@ public:
     /// that wait, and so does the peer going away.
     virtual void sendMessage(std::string_view selector, const PropertyArray& arguments) = 0;
     virtual void interruptSend() {}
+    /// For a connection that no longer gets the replies: a wait in `sendMessage` ends
+    /// now, and no later send waits, so a peer that stopped reading cannot hold up the
+    /// sender once another connection has taken its place.
+    virtual void stopWaitingForPeer() {}
 
     virtual bool isClosed() const = 0;
 

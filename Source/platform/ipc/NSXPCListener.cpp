@@ -26,7 +26,8 @@ GObjectRef<GDBusAuthObserver> CreateSameUserAuthObserver() {
     return observer;
 }
 
-NSXPCListener::NSXPCListener() : m_delivery(std::make_unique<DeliveryThread>()) {}
+NSXPCListener::NSXPCListener(DeliveryThread::Context context)
+    : m_delivery(std::make_unique<DeliveryThread>(context)) {}
 
 NSXPCListener::~NSXPCListener() {
     if (!m_delivery)
@@ -47,7 +48,11 @@ NSXPCListener::~NSXPCListener() {
 }
 
 ErrorOr<std::unique_ptr<NSXPCListener>> NSXPCListener::listenerWithAddress(const std::string& address) {
-    auto listener = std::unique_ptr<NSXPCListener>(new NSXPCListener());
+    // GDBusServer makes each connection on a worker thread without a context of its
+    // own, so the connection's "closed" signal comes on the process's default context:
+    // the delivery thread runs that one, or a closed connection would never be released.
+    auto listener =
+        std::unique_ptr<NSXPCListener>(new NSXPCListener(DeliveryThread::Context::ProcessDefault));
     listener->m_address = address;
     return listener;
 }
@@ -56,7 +61,7 @@ ErrorOr<std::unique_ptr<NSXPCListener>> NSXPCListener::listenerWithConnectedSock
     struct stat status {};
     if (fstat(fd, &status) != 0 || !S_ISSOCK(status.st_mode))
         return makeError("descriptor " + std::to_string(fd) + " is not a connected socket");
-    auto listener = std::unique_ptr<NSXPCListener>(new NSXPCListener());
+    auto listener = std::unique_ptr<NSXPCListener>(new NSXPCListener(DeliveryThread::Context::Own));
     listener->m_socket = fd;
     return listener;
 }
@@ -128,6 +133,14 @@ void NSXPCListener::accept(GObjectRef<GDBusConnection> connection) {
     });
     if (!m_delegate || !m_delegate->shouldAcceptNewConnection(*this, wrapped)) {
         wrapped->invalidate();
+        return;
+    }
+    // A peer that left before its connection was resumed never gets a "closed" signal
+    // here: it came before the connection was watched.
+    if (wrapped->isClosed()) {
+        wrapped->invalidate();
+        if (socketPeer && m_lastPeerGone)
+            m_lastPeerGone();
         return;
     }
     m_connections.push_back(wrapped);

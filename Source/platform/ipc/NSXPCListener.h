@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "platform/core/ErrorOr.h"
+#include "platform/ipc/DeliveryThread.h"
 #include "platform/ipc/GDBusXPCConnection.h"
 
-class DeliveryThread;
 class NSXPCListener;
 
 class NSXPCListenerDelegate {
@@ -21,11 +21,14 @@ public:
 /// Accepts peer-to-peer D-Bus connections from peers of the same user: either any
 /// number of them on a GDBus server address, or the one peer at the other end of an
 /// inherited connected socket. Connections are accepted and served on a delivery thread
-/// of the listener's own; every accepted connection stays open until its peer goes.
+/// of the listener's own; every accepted connection stays open until its peer goes, and
+/// is released as soon as it has gone.
 class NSXPCListener {
 public:
     /// Listens on a GDBus server address such as "unix:path=/run/user/1000/lxframed".
-    /// A socket file the listener makes can be reached by its user only.
+    /// A socket file the listener makes can be reached by its user only. Its delivery
+    /// thread runs the process's default main context, so a process has at most one
+    /// listening listener at a time.
     static ErrorOr<std::unique_ptr<NSXPCListener>> listenerWithAddress(const std::string& address);
     /// Serves the connected socket `fd`, which the listener takes over.
     static ErrorOr<std::unique_ptr<NSXPCListener>> listenerWithConnectedSocket(int fd);
@@ -42,7 +45,7 @@ public:
     void setLastPeerGoneHandler(std::function<void()> handler) { m_lastPeerGone = std::move(handler); }
 
 private:
-    NSXPCListener();
+    explicit NSXPCListener(DeliveryThread::Context context);
     void accept(GObjectRef<GDBusConnection> connection);
     static gboolean handleNewConnection(GDBusServer*, GDBusConnection*, gpointer self);
 

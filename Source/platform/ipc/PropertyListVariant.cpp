@@ -48,7 +48,7 @@ PropertyValue dictionaryFromEntries(GVariant* value, GUnixFDList* fds) {
     const char* key = nullptr;
     GVariant* raw = nullptr;
     while (g_variant_iter_next(&iter, "{&sv}", &key, &raw)) {
-        auto held = GVariantHandle(raw);
+        auto held = AdoptVariant(raw);
         auto element = PropertyValueFromVariant(held.get(), fds);
         if (!element.isNone())
             dictionary.insert_or_assign(key, std::move(element));
