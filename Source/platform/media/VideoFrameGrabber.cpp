@@ -9,6 +9,7 @@ extern "C" {
 }
 
 #include "platform/media/MemoryInput.h"
+#include "platform/media/ScalerBitmap.h"
 
 namespace {
 
@@ -477,7 +478,7 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, Pixel
         return makeError("the decoded frame has no pixels");
     if (!sws_isSupportedInput(AVPixelFormat(frame->format)))
         return makeError("the video's pixel format cannot be converted");
-    auto bitmap = NSBitmapImageRep::bitmapWithPixelSize(size);
+    auto bitmap = BitmapForScaler(size);
     if (!bitmap)
         return makeError("the frame bitmap cannot be made");
     uint8_t* pixels = bitmap->bitmapData();
@@ -511,11 +512,11 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, Pixel
         int strides[4] = {stride, 0, 0, 0};
         sws_scale(scaler, source->data, source->linesize, 0, source->height, planes, strides);
     } else {
-        m_turnBuffer.resize(size_t(width) * 4 * size_t(height));
-        uint8_t* planes[4] = {m_turnBuffer.data(), nullptr, nullptr, nullptr};
-        int strides[4] = {width * 4, 0, 0, 0};
-        sws_scale(scaler, source->data, source->linesize, 0, source->height, planes, strides);
-        TurnPlane(m_turnBuffer.data(), width * 4, pixels, stride, width, height, 4, m_rotation);
+        FrameHandle scaled = ScalerFrame({width, height});
+        if (!scaled)
+            return makeError("out of memory");
+        sws_scale(scaler, source->data, source->linesize, 0, source->height, scaled->data, scaled->linesize);
+        TurnPlane(scaled->data[0], scaled->linesize[0], pixels, stride, width, height, 4, m_rotation);
     }
 
     const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(AVPixelFormat(frame->format));

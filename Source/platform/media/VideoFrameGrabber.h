@@ -104,7 +104,6 @@ private:
     };
     SwsContextHandle m_scaler;
     ScalerKey m_scalerKey;
-    std::vector<uint8_t> m_turnBuffer;
     FrameHandle m_turned;
     SwsContextHandle m_reshaper;
     ScalerKey m_reshaperKey;
