@@ -6,6 +6,8 @@
 #include <mutex>
 #include <string_view>
 
+#include "platform/media/DemuxerPolicy.h"
+
 namespace {
 
 constexpr int kIOBufferSize = 64 * 1024;
@@ -66,6 +68,10 @@ ErrorOr<std::unique_ptr<MemoryInput>> MemoryInput::open(const NSData& data) {
     format->max_analyze_duration = kAnalyzeDuration;
     format->max_streams = kMaxStreams;
     format->interrupt_callback = {&interrupt, input.get()};
+    if (!RestrictToTheMovieItself(format)) {
+        avformat_free_context(format);
+        return makeError("out of memory");
+    }
     input->setDeadline(kOpenDeadline);
     // On failure avformat_open_input frees the context itself.
     int result = avformat_open_input(&format, nullptr, nullptr, nullptr);
