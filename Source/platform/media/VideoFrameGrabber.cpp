@@ -5,9 +5,11 @@
 
 extern "C" {
 #include <libavutil/cpu.h>
+#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
+#include "platform/media/DecodeLimits.h"
 #include "platform/media/MemoryInput.h"
 #include "platform/media/ScalerBitmap.h"
 
@@ -53,6 +55,7 @@ ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInpu
     // grab pays after every seek.
     codec->thread_count = std::max(1, av_cpu_count());
     codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    LimitDecoder(codec.get());
     result = avcodec_open2(codec.get(), decoder, nullptr);
     if (result < 0)
         return makeError("the video decoder cannot be opened (" + FFmpegErrorText(result) + ")");
@@ -70,11 +73,16 @@ ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInpu
     return grabber;
 }
 
-ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(Time time, PixelSize size, AfterTarget after) {
+ErrorOr<NSBitmapImageRep>
+VideoFrameGrabber::frameAtTime(Time time, PixelSize size, AfterTarget after,
+                               std::optional<std::chrono::steady_clock::time_point> deadline) {
     if (time.scale <= 0)
         return makeError("the time has no time scale");
-    m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
-    m_input.setDeadline(kGrabDeadline);
+    auto now = std::chrono::steady_clock::now();
+    m_deadline = deadline.value_or(now + kGrabDeadline);
+    if (m_deadline <= now)
+        return makeError(kTooLong);
+    m_input.setDeadline(m_deadline - now);
     auto frame = locate(Target{time.value, AVRational{1, time.scale}}, after);
     if (frame.isError()) {
         // After a timeout or a failed seek the decoder's place is unknown.
@@ -378,6 +386,13 @@ void TurnPlane(const uint8_t* source, int sourceStride, uint8_t* destination, in
     }
 }
 
+/// Whether a copy of a `width` x `height` picture in `format` stays within the bound
+/// on intermediate pictures (16-bit formats of a picture at the pixel cap do not).
+bool FitsAnIntermediate(AVPixelFormat format, int width, int height) {
+    int bytes = av_image_get_buffer_size(format, width, height, 1);
+    return bytes > 0 && size_t(bytes) <= kMaxIntermediateBytes;
+}
+
 } // namespace
 
 const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
@@ -400,6 +415,8 @@ const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
         elementSize[component.plane] = component.step;
         planes = std::max(planes, component.plane + 1);
     }
+    if (!FitsAnIntermediate(AVPixelFormat(frame->format), frame->width, frame->height))
+        return nullptr;
     bool turned = m_rotation == 90 || m_rotation == 270;
     int width = turned ? frame->height : frame->width;
     int height = turned ? frame->width : frame->height;
@@ -442,7 +459,7 @@ const AVFrame* VideoFrameGrabber::reshapedFrame(const AVFrame* frame) {
         return nullptr;
     bool alpha = descriptor->flags & AV_PIX_FMT_FLAG_ALPHA;
     AVPixelFormat target = avcodec_find_best_pix_fmt_of_list(turnable, format, alpha, nullptr);
-    if (target == AV_PIX_FMT_NONE)
+    if (target == AV_PIX_FMT_NONE || !FitsAnIntermediate(target, frame->width, frame->height))
         return nullptr;
     // This scaler only reshapes, colours stay as they are: the key's colour slots hold
     // the target format instead.
