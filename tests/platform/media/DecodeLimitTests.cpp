@@ -87,11 +87,13 @@ struct BombCase {
     std::string answer;
 };
 
-std::vector<uint8_t> InMovie(const std::string& name, const std::vector<uint8_t>& png,
-                             const std::string& options) {
+/// The picture or stream in a movie container, copied by the command line unchanged.
+std::vector<uint8_t> InMovie(const std::string& name, const std::vector<uint8_t>& bytes,
+                             const std::string& options, const std::string& extension = "png") {
     TemporaryFolder folder;
-    writeFile(folder / "picture.png", png);
-    return readFile(makeMovie(name, "-i '" + (folder / "picture.png").string() + "' -c copy " + options));
+    auto source = folder / ("source." + extension);
+    writeFile(source, bytes);
+    return readFile(makeMovie(name, "-i '" + source.string() + "' -c copy " + options));
 }
 
 TEST(DecodeLimits, BombsCostNoMoreThanTheCapAllows) {
@@ -99,6 +101,10 @@ TEST(DecodeLimits, BombsCostNoMoreThanTheCapAllows) {
         {"a PNG header claiming 16000 x 16000", [] { return PngBomb(16000, 16000, 8, 2, 4096); }, ""},
         {"a 16-bit PNG header claiming 16000 x 16000", [] { return PngBomb(16000, 16000, 16, 6, 4096); }, ""},
         {"a PNG of 20000 x 2100, over the cap by its pixels", [] { return PngBomb(20000, 2100, 8, 2); }, ""},
+        {"an H.264 stream claiming 16000 x 16000, five pictures held",
+         [] { return H264Bomb(16000, 16000, 4); }, ""},
+        {"the same H.264 stream in MP4",
+         [] { return InMovie("bomb-h264.mp4", H264Bomb(16000, 16000, 4), "-f mp4", "h264"); }, ""},
         // Within the cap, but 320 MB at 16 bits a sample: turning it before scaling
         // would double that.
         {"a 16-bit 7680 x 5200 picture turned a quarter",
