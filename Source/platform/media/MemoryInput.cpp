@@ -6,6 +6,9 @@
 #include <mutex>
 #include <string_view>
 
+#include "platform/media/DecodeLimits.h"
+#include "platform/media/DemuxerPolicy.h"
+
 namespace {
 
 constexpr int kIOBufferSize = 64 * 1024;
@@ -39,7 +42,8 @@ MemoryInput::~MemoryInput() {
     m_io.reset();
 }
 
-ErrorOr<std::unique_ptr<MemoryInput>> MemoryInput::open(const NSData& data) {
+ErrorOr<std::unique_ptr<MemoryInput>>
+MemoryInput::open(const NSData& data, std::optional<std::chrono::steady_clock::time_point> deadline) {
     if (data.empty())
         return makeError("the movie data is empty");
     if (data.length() > size_t(INT64_MAX))
@@ -66,7 +70,11 @@ ErrorOr<std::unique_ptr<MemoryInput>> MemoryInput::open(const NSData& data) {
     format->max_analyze_duration = kAnalyzeDuration;
     format->max_streams = kMaxStreams;
     format->interrupt_callback = {&interrupt, input.get()};
-    input->setDeadline(kOpenDeadline);
+    if (!RestrictToTheMovieItself(format)) {
+        avformat_free_context(format);
+        return makeError("out of memory");
+    }
+    input->setDeadline(deadline ? *deadline - std::chrono::steady_clock::now() : kOpenDeadline);
     // On failure avformat_open_input frees the context itself.
     int result = avformat_open_input(&format, nullptr, nullptr, nullptr);
     if (result < 0)
@@ -79,7 +87,8 @@ ErrorOr<std::unique_ptr<MemoryInput>> MemoryInput::open(const NSData& data) {
         format->max_analyze_duration = 1;
         format->fps_probe_size = 0;
     }
-    result = avformat_find_stream_info(format, nullptr);
+    StreamProbeOptions probeOptions(format);
+    result = avformat_find_stream_info(format, probeOptions.get());
     if (result < 0)
         return makeError("the movie's streams cannot be read (" + FFmpegErrorText(result) + ")");
     if (input->m_deadline < std::chrono::steady_clock::now())

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 
 #include "platform/core/ErrorOr.h"
 #include "platform/core/NSData.h"
@@ -11,7 +12,9 @@
 /// context; it keeps the bytes alive for as long as it exists.
 class MemoryInput {
 public:
-    static ErrorOr<std::unique_ptr<MemoryInput>> open(const NSData& data);
+    /// Opening and probing give up at `deadline` (by default 10 s from now).
+    static ErrorOr<std::unique_ptr<MemoryInput>>
+    open(const NSData& data, std::optional<std::chrono::steady_clock::time_point> deadline = std::nullopt);
     ~MemoryInput();
     MemoryInput(const MemoryInput&) = delete;
     MemoryInput& operator=(const MemoryInput&) = delete;

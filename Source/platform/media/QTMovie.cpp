@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <new>
 
 extern "C" {
 #include <libavutil/display.h>
@@ -289,7 +290,27 @@ QTMovie::QTMovie() = default;
 QTMovie::~QTMovie() = default;
 
 ErrorOr<std::shared_ptr<QTMovie>> QTMovie::movieWithData(const NSData& data) {
-    auto opened = MemoryInput::open(data);
+    try {
+        return openWithData(data, std::nullopt);
+    } catch (const std::bad_alloc&) {
+        return makeError("out of memory");
+    }
+}
+
+ErrorOr<std::shared_ptr<QTMovie>> QTMovie::movieWithData(const NSData& data,
+                                                         std::chrono::steady_clock::time_point deadline) {
+    // An allocation refused under the process's memory limit is an answer like any
+    // other failure, never an exception out of the movie layer.
+    try {
+        return openWithData(data, deadline);
+    } catch (const std::bad_alloc&) {
+        return makeError("out of memory");
+    }
+}
+
+ErrorOr<std::shared_ptr<QTMovie>>
+QTMovie::openWithData(const NSData& data, std::optional<std::chrono::steady_clock::time_point> deadline) {
+    auto opened = MemoryInput::open(data, deadline);
     if (opened.isError())
         return opened.error();
     auto decoder = std::make_unique<MovieDecoder>();
@@ -468,6 +489,18 @@ std::optional<VideoFrameGrabber::Time> GrabberTime(QTTime time) {
 
 ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time,
                                                             const QTFrameImageAttributes& attributes) {
+    try {
+        return grabFrameImage(time, attributes);
+    } catch (const std::bad_alloc&) {
+        // The decoder's place is unknown after a failure half-way.
+        if (m_decoder)
+            m_decoder->grabber.reset();
+        return makeError("out of memory");
+    }
+}
+
+ErrorOr<std::shared_ptr<NSImage>> QTMovie::grabFrameImage(QTTime time,
+                                                          const QTFrameImageAttributes& attributes) {
     // The all-zero time stands for the start.
     if (time.timeScale <= 0 && time.timeValue == 0)
         time = QTMakeTime(0, m_timeScale);
@@ -515,7 +548,7 @@ ErrorOr<std::shared_ptr<NSImage>> QTMovie::frameImageAtTime(QTTime time,
             next && m_decoder->grabber->seeksBetween(*GrabberTime(time), *next))
             after = VideoFrameGrabber::AfterTarget::Drain;
     }
-    auto bitmap = m_decoder->grabber->frameAtTime(*GrabberTime(time), *pixels, after);
+    auto bitmap = m_decoder->grabber->frameAtTime(*GrabberTime(time), *pixels, after, attributes.deadline);
     if (bitmap.isError())
         return bitmap.error();
     auto image = NSImage::imageWithBitmap(bitmap.releaseValue(), size);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -32,6 +33,9 @@ struct QTFrameImageAttributes {
     /// them. Only a hint: the decoder stops right after this frame when the next time
     /// lies beyond a keyframe, instead of decoding on towards it.
     std::vector<QTTime> upcomingTimes;
+    /// When the grab gives up, decoding or not, and answers "no image"; without one, a
+    /// minute after it starts.
+    std::optional<std::chrono::steady_clock::time_point> deadline;
 };
 
 class MovieDecoder;
@@ -42,6 +46,9 @@ public:
     /// Opens the movie in `data`, which the movie keeps alive. An error says why not
     /// (empty, unreadable, truncated or damaged bytes).
     static ErrorOr<std::shared_ptr<QTMovie>> movieWithData(const NSData& data);
+    /// The same, giving up at `deadline`, with opening and probing unfinished.
+    static ErrorOr<std::shared_ptr<QTMovie>> movieWithData(const NSData& data,
+                                                           std::chrono::steady_clock::time_point deadline);
     /// A movie assembled in memory from tracks without samples, at time scale 600 and
     /// with the given duration: it answers every question about tracks and sizes, and
     /// has no frames to grab.
@@ -98,6 +105,9 @@ public:
 
 private:
     QTMovie();
+    static ErrorOr<std::shared_ptr<QTMovie>>
+    openWithData(const NSData& data, std::optional<std::chrono::steady_clock::time_point> deadline);
+    ErrorOr<std::shared_ptr<NSImage>> grabFrameImage(QTTime time, const QTFrameImageAttributes& attributes);
     void adoptTracks(std::vector<std::shared_ptr<QTTrack>> tracks);
 
     std::unique_ptr<MovieDecoder> m_decoder;

@@ -5,10 +5,13 @@
 
 extern "C" {
 #include <libavutil/cpu.h>
+#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
+#include "platform/media/DecodeLimits.h"
 #include "platform/media/MemoryInput.h"
+#include "platform/media/ScalerBitmap.h"
 
 namespace {
 
@@ -52,6 +55,7 @@ ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInpu
     // grab pays after every seek.
     codec->thread_count = std::max(1, av_cpu_count());
     codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    LimitDecoder(codec.get());
     result = avcodec_open2(codec.get(), decoder, nullptr);
     if (result < 0)
         return makeError("the video decoder cannot be opened (" + FFmpegErrorText(result) + ")");
@@ -69,11 +73,16 @@ ErrorOr<std::unique_ptr<VideoFrameGrabber>> VideoFrameGrabber::create(MemoryInpu
     return grabber;
 }
 
-ErrorOr<NSBitmapImageRep> VideoFrameGrabber::frameAtTime(Time time, PixelSize size, AfterTarget after) {
+ErrorOr<NSBitmapImageRep>
+VideoFrameGrabber::frameAtTime(Time time, PixelSize size, AfterTarget after,
+                               std::optional<std::chrono::steady_clock::time_point> deadline) {
     if (time.scale <= 0)
         return makeError("the time has no time scale");
-    m_deadline = std::chrono::steady_clock::now() + kGrabDeadline;
-    m_input.setDeadline(kGrabDeadline);
+    auto now = std::chrono::steady_clock::now();
+    m_deadline = deadline.value_or(now + kGrabDeadline);
+    if (m_deadline <= now)
+        return makeError(kTooLong);
+    m_input.setDeadline(m_deadline - now);
     auto frame = locate(Target{time.value, AVRational{1, time.scale}}, after);
     if (frame.isError()) {
         // After a timeout or a failed seek the decoder's place is unknown.
@@ -377,6 +386,13 @@ void TurnPlane(const uint8_t* source, int sourceStride, uint8_t* destination, in
     }
 }
 
+/// Whether a copy of a `width` x `height` picture in `format` stays within the bound
+/// on intermediate pictures (16-bit formats of a picture at the pixel cap do not).
+bool FitsAnIntermediate(AVPixelFormat format, int width, int height) {
+    int bytes = av_image_get_buffer_size(format, width, height, 1);
+    return bytes > 0 && size_t(bytes) <= kMaxIntermediateBytes;
+}
+
 } // namespace
 
 const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
@@ -399,6 +415,8 @@ const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
         elementSize[component.plane] = component.step;
         planes = std::max(planes, component.plane + 1);
     }
+    if (!FitsAnIntermediate(AVPixelFormat(frame->format), frame->width, frame->height))
+        return nullptr;
     bool turned = m_rotation == 90 || m_rotation == 270;
     int width = turned ? frame->height : frame->width;
     int height = turned ? frame->width : frame->height;
@@ -441,7 +459,7 @@ const AVFrame* VideoFrameGrabber::reshapedFrame(const AVFrame* frame) {
         return nullptr;
     bool alpha = descriptor->flags & AV_PIX_FMT_FLAG_ALPHA;
     AVPixelFormat target = avcodec_find_best_pix_fmt_of_list(turnable, format, alpha, nullptr);
-    if (target == AV_PIX_FMT_NONE)
+    if (target == AV_PIX_FMT_NONE || !FitsAnIntermediate(target, frame->width, frame->height))
         return nullptr;
     // This scaler only reshapes, colours stay as they are: the key's colour slots hold
     // the target format instead.
@@ -477,7 +495,7 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, Pixel
         return makeError("the decoded frame has no pixels");
     if (!sws_isSupportedInput(AVPixelFormat(frame->format)))
         return makeError("the video's pixel format cannot be converted");
-    auto bitmap = NSBitmapImageRep::bitmapWithPixelSize(size);
+    auto bitmap = BitmapForScaler(size);
     if (!bitmap)
         return makeError("the frame bitmap cannot be made");
     uint8_t* pixels = bitmap->bitmapData();
@@ -511,11 +529,11 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, Pixel
         int strides[4] = {stride, 0, 0, 0};
         sws_scale(scaler, source->data, source->linesize, 0, source->height, planes, strides);
     } else {
-        m_turnBuffer.resize(size_t(width) * 4 * size_t(height));
-        uint8_t* planes[4] = {m_turnBuffer.data(), nullptr, nullptr, nullptr};
-        int strides[4] = {width * 4, 0, 0, 0};
-        sws_scale(scaler, source->data, source->linesize, 0, source->height, planes, strides);
-        TurnPlane(m_turnBuffer.data(), width * 4, pixels, stride, width, height, 4, m_rotation);
+        FrameHandle scaled = ScalerFrame({width, height});
+        if (!scaled)
+            return makeError("out of memory");
+        sws_scale(scaler, source->data, source->linesize, 0, source->height, scaled->data, scaled->linesize);
+        TurnPlane(scaled->data[0], scaled->linesize[0], pixels, stride, width, height, 4, m_rotation);
     }
 
     const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(AVPixelFormat(frame->format));

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <deque>
 #include <memory>
+#include <optional>
 
 #include "platform/core/ErrorOr.h"
 #include "platform/graphics/NSBitmapImageRep.h"
@@ -41,7 +42,10 @@ public:
     /// The picture shown at `time` (the last frame presented at or before it), turned by
     /// the display rotation and scaled to exactly `size` pixels. The time must lie inside
     /// the movie; times before the first frame give the first.
-    ErrorOr<NSBitmapImageRep> frameAtTime(Time time, PixelSize size, AfterTarget after = AfterTarget::Continue);
+    /// The grab gives up at `deadline` (by default 60 s from now).
+    ErrorOr<NSBitmapImageRep> frameAtTime(Time time, PixelSize size,
+                                          AfterTarget after = AfterTarget::Continue,
+                                          std::optional<std::chrono::steady_clock::time_point> deadline = {});
     /// Whether a grab at `to` right after one at `from` starts again from a keyframe
     /// rather than decoding on.
     bool seeksBetween(Time from, Time to) const;
@@ -104,7 +108,6 @@ private:
     };
     SwsContextHandle m_scaler;
     ScalerKey m_scalerKey;
-    std::vector<uint8_t> m_turnBuffer;
     FrameHandle m_turned;
     SwsContextHandle m_reshaper;
     ScalerKey m_reshaperKey;

@@ -1,13 +1,16 @@
 #include "service/LXVideoFrameJobs.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
+#include <new>
 
 #include "imaging/NSImage+LXImageEncoding.h"
 #include "movie/QTMovie+LXMovie.h"
 #include "platform/core/QTTime.h"
 #include "platform/media/QTMovie.h"
 #include "service/LXVideoFrameProtocols.h"
+#include "service/jobs/LXVideoFrameBudget.h"
 #include "service/jobs/LXVideoFrameTransform.h"
 
 namespace {
@@ -17,16 +20,40 @@ const NSData* dataForKey(const PropertyDictionary& options, const char* key) {
     return value ? value->data() : nullptr;
 }
 
-std::shared_ptr<QTMovie> openMovie(const NSData* bytes) {
+using Clock = std::chrono::steady_clock;
+
+/// The end of the budget of a frame that starts now.
+Clock::time_point frameDeadline() {
+    return Clock::now() + LXVideoFrameBudget();
+}
+
+std::shared_ptr<QTMovie> openMovie(const NSData* bytes, Clock::time_point deadline) {
     if (!bytes)
         return nullptr;
-    auto movie = QTMovie::movieWithData(*bytes);
+    auto movie = QTMovie::movieWithData(*bytes, deadline);
     return movie.isError() ? nullptr : movie.releaseValue();
 }
 
 std::shared_ptr<NSImage> grabFrame(QTMovie& movie, QTTime time, const QTFrameImageAttributes& attributes) {
+    if (attributes.deadline && Clock::now() >= *attributes.deadline)
+        return nullptr;
     auto image = movie.frameImageAtTime(time, attributes);
     return image.isError() ? nullptr : image.releaseValue();
+}
+
+/// The frame's PNG bytes: the image drawn through the transform, if any, and encoded.
+/// Nothing when any step fails, also when memory runs out on the way (the process runs
+/// under a memory limit, so an allocation may be refused).
+std::optional<NSData> framePNG(std::shared_ptr<NSImage> image, const NSAffineTransform* transform) {
+    if (!image)
+        return std::nullopt;
+    try {
+        if (transform)
+            image = LXImage::imageByApplyingAffineTransform(*image, transform);
+        return image ? LXImage::PNGRepresentation(*image) : std::nullopt;
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 PropertyValue frameEntries(PropertyDictionary entry) { return PropertyArray{PropertyValue(std::move(entry))}; }
@@ -51,7 +78,9 @@ void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary
         host.reply(options, LXVideoFrameKey::completed, PropertyValue::boolean(framesAnswered == frameCount));
     };
 
-    auto movie = openMovie(movieData);
+    // Opening counts toward the first frame's budget.
+    auto deadline = frameDeadline();
+    auto movie = openMovie(movieData, deadline);
     // The requested size is the only size this job knows: it never falls back to the
     // movie's own, unlike the chapter job.
     if (!movie || NSEqualSizes(frameSize, NSZeroSize)) {
@@ -70,6 +99,9 @@ void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary
     for (int32_t frameNumber = 1; frameNumber <= frameCount; ++frameNumber) {
         if (host.cancelled())
             return;
+        if (frameNumber > 1)
+            deadline = frameDeadline();
+        attributes.deadline = deadline;
         QTTime time{timeValue, duration.timeScale, duration.flags};
         // Told the next frame's time, the movie stops decoding right after this frame
         // when the next one needs a seek anyway.
@@ -81,10 +113,7 @@ void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary
             time.timeValue = std::min(timeValue, guardedEnd);
             image = grabFrame(*movie, time, attributes);
         }
-        if (image && transform)
-            image = LXImage::imageByApplyingAffineTransform(*image, transform.get());
-        std::optional<NSData> png = image ? LXImage::PNGRepresentation(*image) : std::nullopt;
-        image.reset();
+        std::optional<NSData> png = framePNG(std::move(image), transform.get());
         PropertyDictionary entry{{LXVideoFrameKey::time, QTStringFromTime(time)}};
         if (png) {
             entry.emplace(LXVideoFrameKey::data, std::move(*png));
@@ -101,7 +130,8 @@ void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary
 void createChapterFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary& options) {
     const NSData* movieData = dataForKey(options, LXVideoFrameKey::movieData);
     host.setCancelled(false);
-    auto movie = openMovie(movieData);
+    auto deadline = frameDeadline();
+    auto movie = openMovie(movieData, deadline);
     std::vector<QTMovieChapter> chapters;
     QTFrameImageAttributes attributes;
     if (movie) {
@@ -113,13 +143,14 @@ void createChapterFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDic
     for (size_t index = 0; index < chapters.size(); ++index) {
         if (host.cancelled())
             return;
+        if (index > 0)
+            deadline = frameDeadline();
+        attributes.deadline = deadline;
         QTTime start = chapters[index].startTime.value_or(QTZeroTime);
         attributes.upcomingTimes.clear();
         if (index + 1 < chapters.size())
             attributes.upcomingTimes.push_back(chapters[index + 1].startTime.value_or(QTZeroTime));
-        auto image = grabFrame(*movie, start, attributes);
-        std::optional<NSData> png = image ? LXImage::PNGRepresentation(*image) : std::nullopt;
-        image.reset();
+        std::optional<NSData> png = framePNG(grabFrame(*movie, start, attributes), nullptr);
         if (png) {
             PropertyDictionary entry{{LXVideoFrameKey::data, std::move(*png)},
                                      {LXVideoFrameKey::chapterIndex, PropertyValue::number(static_cast<int32_t>(index))}};

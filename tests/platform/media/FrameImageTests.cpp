@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <random>
 
@@ -174,6 +175,70 @@ TEST(FrameImage, TurnsAndStretchesLikeThePlayer) {
         }
         std::map<int64_t, std::vector<uint8_t>> references;
         ExpectFrameMatches(*movie, c.movie, QTMakeTime(480, 1000), c.size, references);
+    }
+}
+
+/// Every pixel of `image` opaque and within a few levels of `colour` (RGB): a solid movie
+/// gives a solid frame at any size (up to the scaler's ringing on steep reductions, which
+/// the command line shows too), and a pixel the scaler never wrote stands out.
+void ExpectSolid(const NSImage& image, const std::vector<uint8_t>& colour, const std::string& what) {
+    const NSBitmapImageRep& bitmap = image.bitmap();
+    for (int y = 0; y < bitmap.pixelsHigh(); ++y) {
+        auto row =
+            reinterpret_cast<const uint32_t*>(bitmap.bitmapData() + size_t(y) * size_t(bitmap.bytesPerRow()));
+        for (int x = 0; x < bitmap.pixelsWide(); ++x) {
+            uint32_t pixel = row[x];
+            int channels[4] = {int(pixel >> 24), int(pixel >> 16 & 0xFF), int(pixel >> 8 & 0xFF),
+                               int(pixel & 0xFF)};
+            bool near = channels[0] == 255;
+            for (int c = 0; c < 3; ++c)
+                near = near && std::abs(channels[c + 1] - int(colour[size_t(c)])) <= 10;
+            if (!near) {
+                ADD_FAILURE() << what << ": pixel (" << x << ", " << y << ") is ARGB " << std::hex << pixel;
+                return;
+            }
+        }
+    }
+}
+
+// The scaler writes whole vectors at a time: into a bitmap laid out only for the pixels
+// asked for, narrow frames (2 x 5, 2 x 3…) overran the end of the buffer.
+TEST(FrameImage, EverySmallAndExtremeSizeIsExactAndStaysInItsBitmap) {
+    const std::string solid = "-f lavfi -i color=c=0x3070C0:size=64x48:rate=25 -t 0.2 " + kH264;
+    auto plain = makeMovie("solid.mp4", solid);
+    auto colour = ReferenceFrame(plain, "0", 1, 1);
+    ASSERT_EQ(colour.size(), 3u);
+    std::vector<PixelSize> sizes;
+    for (int width = 1; width <= 17; ++width)
+        for (int height = 1; height <= 17; ++height)
+            sizes.push_back({width, height});
+    for (PixelSize extreme : {PixelSize{1, 4000}, PixelSize{4000, 1}, PixelSize{2, 4001}, PixelSize{4001, 2},
+                              PixelSize{3, 16384}, PixelSize{16384, 3}})
+        sizes.push_back(extreme);
+    for (int degrees : {0, 90, 180, 270}) {
+        auto path = degrees == 0
+                        ? plain
+                        : makeMovie("solid" + std::to_string(degrees) + ".mp4",
+                                    "-i '" + plain.string() +
+                                        "' -c copy -metadata:s:v:0 rotate=" + std::to_string(degrees));
+        auto movie = OpenMovie(path);
+        ASSERT_TRUE(movie);
+        for (PixelSize size : sizes) {
+            auto image = movie->frameImageAtTime(QTMakeTime(0, 1000), {NSMakeSize(size.width, size.height)});
+            std::string what = std::to_string(size.width) + "x" + std::to_string(size.height) + " turned " +
+                               std::to_string(degrees);
+            ASSERT_FALSE(image.isError()) << what << ": " << image.error().message;
+            ASSERT_EQ(image.value()->bitmap().pixelSize(), size) << what;
+            ExpectSolid(*image.value(), colour, what);
+        }
+    }
+    // Odd sizes of a detailed picture still match the command line's own scaling.
+    auto path = BFrameMovie(12);
+    auto movie = OpenMovie(path);
+    ASSERT_TRUE(movie);
+    for (PixelSize size : {PixelSize{2, 5}, PixelSize{2, 3}, PixelSize{17, 13}, PixelSize{5, 2}}) {
+        std::map<int64_t, std::vector<uint8_t>> references;
+        ExpectFrameMatches(*movie, path, QTMakeTime(1400, 1000), size, references);
     }
 }
 
