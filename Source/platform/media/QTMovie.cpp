@@ -298,7 +298,7 @@ ErrorOr<std::shared_ptr<QTMovie>> QTMovie::movieWithData(const NSData& data) {
 
     std::optional<IsoMovieSummary> iso;
     if (decoder->input->isIsoMedia())
-        iso = ReadIsoMovieSummary(data.span());
+        iso = ReadIsoMovieSummary(data);
 
     std::shared_ptr<QTMovie> movie(new QTMovie());
     if (iso && iso->header && iso->header->timeScale > 0)
