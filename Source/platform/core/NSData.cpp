@@ -52,6 +52,8 @@ std::string systemText() {
 }
 
 std::string mebibytes(size_t length) {
+    if (length % (size_t(1) << 20) != 0)
+        return std::to_string(length) + " bytes";
     return std::to_string(length >> 20) + " MiB";
 }
 

@@ -82,8 +82,10 @@ GVariant* numberVariant(const NSNumber& number) {
 }
 
 GVariant* dataVariant(const NSData& data, GUnixFDList* fds) {
-    // A file read in place travels as the file itself, large bytes as a sealed memfd.
-    if (fds && (data.fileDescriptor() >= 0 || data.length() > kInlineDataLimit)) {
+    // Data already in a file travels as that file (a file read in place, a sealed
+    // memfd), which costs no copy; other bytes over the inline limit as a new memfd.
+    if (fds &&
+        (data.fileDescriptor() >= 0 || data.sealedDescriptor() >= 0 || data.length() > kInlineDataLimit)) {
         auto fd = CreateDescriptorToSend(data, "lxkit-data");
         if (!fd.isError()) {
             gint index = g_unix_fd_list_append(fds, fd.value(), nullptr);
