@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
+#include <regex>
 #include <sstream>
 
 #include <fcntl.h>
@@ -174,6 +175,41 @@ TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
     // The service read the file where it lies, not a copy of it.
     EXPECT_NE(log.find("from memory"), std::string::npos) << log;
     EXPECT_NE(log.find("from a file in place"), std::string::npos) << log;
+}
+
+TEST(InPlaceMovie, ASparseFileOfFourGiBCostsOnlyWhatIsProbed) {
+    TemporaryFolder folder;
+    auto path = folder / "sparse.mp4";
+    { std::ofstream(path.string()); }
+    ASSERT_EQ(truncate(path.c_str(), off_t(4) << 30), 0);
+    auto inPlace = NSData::dataWithContentsOfFile(path.string());
+    ASSERT_FALSE(inPlace.isError()) << inPlace.error().message;
+    EXPECT_EQ(inPlace.value().length(), size_t(4) << 30);
+
+    setenv("LXKIT_DEBUG", "media", 1);
+    Replies replies;
+    std::string log;
+    {
+        CapturedStandardError captured(folder / "stderr.txt");
+        auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), replies.handler());
+        unsetenv("LXKIT_DEBUG");
+        ASSERT_FALSE(client.isError()) << client.error().message;
+        client.value()->processRequest(FramesRequest(inPlace.value(), "sparse", 2, 1000));
+        auto got = replies.waitForFinal("sparse");
+        ASSERT_TRUE(got);
+        // Not a movie: the job opens nothing and sends only its final reply.
+        ASSERT_EQ(got->size(), 1u);
+        EXPECT_EQ(*PropertyValueForKey(got->back(), Key::completed), PropertyValue::boolean(false));
+        client.value()->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}});
+        ASSERT_TRUE(replies.waitForFinal("after"));
+        log = captured.text();
+    }
+    // The service read the probe's worth in place; nothing was copied.
+    std::smatch match;
+    ASSERT_TRUE(
+        std::regex_search(log, match, std::regex("read ([0-9]+) bytes of 4294967296 .*from a file in place")))
+        << log;
+    EXPECT_LE(std::stoull(match[1].str()), 16u << 20) << match[0];
 }
 
 TEST(InPlaceMovie, AFileTruncatedAndRewrittenMidJobGivesNeutralAnswers) {
