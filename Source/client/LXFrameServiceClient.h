@@ -16,7 +16,9 @@ class GDBusXPCConnection;
 /// The viewer's side of the frame service: starts `lxframed` on a socket pair (or
 /// connects to one that listens), sends requests and cancels, and hands every reply to
 /// a handler in the order the service sent them. Handlers run on the client's own
-/// delivery thread. Movie bytes over a few MiB travel as a sealed memfd.
+/// delivery thread. A movie read in place (`NSData::dataWithContentsOfFile`) travels as
+/// a read-only descriptor of its file, never copied; a sealed memfd as itself; other
+/// bytes over a few MiB as a new sealed memfd.
 class LXFrameServiceClient {
 public:
     using ReplyHandler = std::function<void(const PropertyDictionary& reply)>;

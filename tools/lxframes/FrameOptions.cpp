@@ -9,6 +9,8 @@
 const char* const kFrameOptionsUsage =
     "usage: lxframes [MOVIE] [options]\n"
     "Writes still frames of MOVIE as PNG files (without MOVIE: the sample movie).\n"
+    "A movie file is handed to the service as it is; a pipe, FIFO or device (/dev/stdin)\n"
+    "is read whole first, up to 256 MiB and within 10 s.\n"
     "  -n, --count N           how many frames (default 10)\n"
     "  -s, --spacing SECONDS   distance between frames in seconds (default: spread over the movie)\n"
     "  -t, --ticks N           distance between frames in ticks of the movie's time scale\n"

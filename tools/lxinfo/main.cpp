@@ -22,7 +22,9 @@ namespace {
 
 constexpr const char* kUsage = "usage: lxinfo MOVIE [--json] [--poster FILE.png]\n"
                                "  --json          print the information as JSON\n"
-                               "  --poster FILE   write the movie's representative still as PNG\n";
+                               "  --poster FILE   write the movie's representative still as PNG\n"
+                               "A movie file is read in place; a pipe, FIFO or device (/dev/stdin) is read\n"
+                               "whole, up to 256 MiB and within 10 s.\n";
 
 struct Options {
     std::string moviePath;

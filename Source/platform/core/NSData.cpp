@@ -8,30 +8,13 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
-#include <sys/sendfile.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-
-/// A memfd and its read-only mapping, released together with the last copy of the data.
-class SealedMapping {
-public:
-    SealedMapping(int descriptor, void* address, size_t length)
-        : m_descriptor(descriptor), m_address(address), m_length(length) {}
-    SealedMapping(const SealedMapping&) = delete;
-    SealedMapping& operator=(const SealedMapping&) = delete;
-    ~SealedMapping() {
-        munmap(m_address, m_length);
-        close(m_descriptor);
-    }
-
-private:
-    int m_descriptor;
-    void* m_address;
-    size_t m_length;
-};
 
 class Descriptor {
 public:
@@ -49,53 +32,60 @@ private:
     int m_fd;
 };
 
-Error readError(const std::string& path) {
-    return makeError("cannot read " + path + ": " + std::strerror(errno));
+/// A memfd and its read-only mapping, released together with the last copy of the data.
+class SealedMapping {
+public:
+    SealedMapping(int descriptor, void* address, size_t length)
+        : m_descriptor(descriptor), m_address(address), m_length(length) {}
+    SealedMapping(const SealedMapping&) = delete;
+    SealedMapping& operator=(const SealedMapping&) = delete;
+    ~SealedMapping() { munmap(m_address, m_length); }
+
+private:
+    Descriptor m_descriptor;
+    void* m_address;
+    size_t m_length;
+};
+
+std::string systemText() {
+    return std::strerror(errno);
 }
 
-/// The file's first `length` bytes, copied by the kernel into a new sealed memfd: no
-/// buffer of ours is zeroed and faulted in page by page, and the memfd can be handed
-/// to another process as it is. Nothing when that cannot be done here.
-std::optional<NSData> sealedCopy(int file, size_t length) {
-    Descriptor memfd(memfd_create("lxkit-file", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (memfd.get() < 0)
-        return std::nullopt;
-    off_t offset = 0;
-    while (size_t(offset) < length) {
-        ssize_t n = sendfile(memfd.get(), file, &offset, length - size_t(offset));
+std::string mebibytes(size_t length) {
+    if (length % (size_t(1) << 20) != 0)
+        return std::to_string(length) + " bytes";
+    return std::to_string(length >> 20) + " MiB";
+}
+
+/// Why a descriptor cannot serve as data to read, or nothing when it can.
+std::optional<std::string> unreadableReason(int descriptor) {
+    int flags = fcntl(descriptor, F_GETFL);
+    if (flags < 0)
+        return "not an open descriptor: " + systemText();
+    if (flags & O_PATH)
+        return std::string("the descriptor names a path and cannot be read");
+    if ((flags & O_ACCMODE) == O_WRONLY)
+        return std::string("the descriptor is open for writing only");
+    return std::nullopt;
+}
+
+bool writeAll(int descriptor, const uint8_t* bytes, size_t length) {
+    while (length > 0) {
+        ssize_t n = write(descriptor, bytes, length);
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0)
-            return std::nullopt;
-        if (n == 0)
-            break; // The file shrank meanwhile: keep what was there.
+        if (n <= 0)
+            return false;
+        bytes += n;
+        length -= size_t(n);
     }
-    if (fcntl(memfd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) != 0)
-        return std::nullopt;
-    auto data = NSData::dataWithSealedMemfd(memfd.release(), size_t(offset));
-    if (data.isError())
-        return std::nullopt;
-    return data.releaseValue();
+    return true;
 }
 
-/// Reads what the descriptor gives until its end, for files that are not regular.
-ErrorOr<NSData> readToEnd(int file, const std::string& path) {
-    std::vector<uint8_t> bytes;
-    for (;;) {
-        size_t filled = bytes.size();
-        bytes.resize(filled + std::max<size_t>(filled, 1 << 16));
-        ssize_t n = read(file, bytes.data() + filled, bytes.size() - filled);
-        if (n < 0 && errno == EINTR) {
-            bytes.resize(filled);
-            continue;
-        }
-        if (n < 0)
-            return readError(path);
-        bytes.resize(filled + size_t(n));
-        if (n == 0)
-            return NSData::dataWithVector(std::move(bytes));
-    }
-}
+/// How a stream hands over its bytes without blocking: pipes through `splice`, which
+/// does not block on the pipe whatever its sender set, sockets through `recv` with
+/// MSG_DONTWAIT, everything else through `read` on a description open without blocking.
+enum class StreamKind { Pipe, Socket, Other };
 
 } // namespace
 
@@ -130,49 +120,156 @@ ErrorOr<NSData> NSData::dataWithSealedMemfd(int descriptor, size_t length) {
         return dataWithVector({});
     void* address = mmap(nullptr, length, PROT_READ, MAP_SHARED, descriptor, 0);
     if (address == MAP_FAILED)
-        return makeError(std::string("cannot map the memfd: ") + std::strerror(errno));
+        return makeError("cannot map the memfd: " + systemText());
     auto mapping = std::make_shared<const SealedMapping>(owned.release(), address, length);
     NSData data = dataWithOwner(mapping, static_cast<const uint8_t*>(address), length);
     data.m_sealedDescriptor = descriptor;
     return data;
 }
 
-bool operator==(const NSData& a, const NSData& b) {
-    return std::ranges::equal(a.span(), b.span());
+ErrorOr<NSData> NSData::dataWithFileInPlace(int descriptor) {
+    auto owned = std::make_shared<Descriptor>(descriptor);
+    if (auto reason = unreadableReason(descriptor))
+        return makeError(*reason);
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0)
+        return makeError("cannot inspect the file: " + systemText());
+    if (!S_ISREG(status.st_mode))
+        return makeError("the descriptor is not a regular file");
+    if (status.st_size <= 0)
+        return dataWithVector({});
+    NSData data;
+    data.m_owner = std::move(owned);
+    data.m_length = size_t(status.st_size);
+    data.m_fileDescriptor = descriptor;
+    return data;
 }
 
-ErrorOr<NSData> NSData::dataWithCopyOfFile(int descriptor, size_t length) {
-    if (auto sealed = sealedCopy(descriptor, length))
-        return *sealed;
-    std::vector<uint8_t> bytes(length);
+size_t NSData::readBytes(void* into, size_t count, size_t offset) const {
+    if (offset >= m_length)
+        return 0;
+    count = std::min(count, m_length - offset);
+    if (m_fileDescriptor < 0) {
+        std::memcpy(into, m_bytes + offset, count);
+        return count;
+    }
+    // A short read is the end of the data: the file shrank, or its medium failed.
     size_t filled = 0;
-    while (filled < length) {
-        ssize_t n = pread(descriptor, bytes.data() + filled, length - filled, off_t(filled));
+    while (filled < count) {
+        ssize_t n = pread(m_fileDescriptor, static_cast<uint8_t*>(into) + filled, count - filled,
+                          off_t(offset + filled));
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0)
-            return makeError(std::strerror(errno));
-        if (n == 0)
-            break; // The file shrank meanwhile: keep what was there.
+        if (n <= 0)
+            break;
         filled += size_t(n);
     }
-    bytes.resize(filled);
-    return dataWithVector(std::move(bytes));
+    return filled;
 }
 
-ErrorOr<NSData> NSData::dataWithContentsOfFile(const std::string& path) {
-    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+ErrorOr<NSData> NSData::dataWithContentsOfStream(int descriptor, NSDataStreamLimits limits) {
+    if (auto reason = unreadableReason(descriptor))
+        return makeError(*reason);
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0)
+        return makeError("cannot inspect the stream: " + systemText());
+    if (S_ISDIR(status.st_mode))
+        return makeError("it is a folder");
+    StreamKind kind = S_ISFIFO(status.st_mode)   ? StreamKind::Pipe
+                      : S_ISSOCK(status.st_mode) ? StreamKind::Socket
+                                                 : StreamKind::Other;
+    if (kind == StreamKind::Other && !S_ISREG(status.st_mode) && !(fcntl(descriptor, F_GETFL) & O_NONBLOCK))
+        return makeError("the stream would block: it is not open without blocking");
+
+    Descriptor memfd(memfd_create("lxkit-stream", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (memfd.get() < 0)
+        return makeError("cannot make a memfd: " + systemText());
+    std::vector<uint8_t> buffer(kind == StreamKind::Pipe ? 0 : 256 * 1024);
+    auto deadline = std::chrono::steady_clock::now() + limits.timeout;
+    auto timedOut = [&] {
+        return makeError("it gave no end within " + std::to_string(limits.timeout.count() / 1000) +
+                         " s, the limit for a movie read from a stream");
+    };
+    size_t total = 0;
+    for (;;) {
+        auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0)
+            return timedOut();
+        pollfd waiting{descriptor, POLLIN, 0};
+        int ready = poll(&waiting, 1, int(std::min<int64_t>(left.count(), INT32_MAX)));
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready < 0)
+            return makeError("cannot wait for the stream: " + systemText());
+        if (ready == 0)
+            return timedOut();
+        // One byte past the limit is enough to know the stream is too long.
+        size_t wanted =
+            std::min<size_t>(limits.maximumLength - std::min(total, limits.maximumLength) + 1, 1 << 20);
+        ssize_t n = 0;
+        switch (kind) {
+        case StreamKind::Pipe:
+            n = splice(descriptor, nullptr, memfd.get(), nullptr, wanted, SPLICE_F_NONBLOCK);
+            break;
+        case StreamKind::Socket:
+            n = recv(descriptor, buffer.data(), std::min(wanted, buffer.size()), MSG_DONTWAIT);
+            break;
+        case StreamKind::Other:
+            n = read(descriptor, buffer.data(), std::min(wanted, buffer.size()));
+            break;
+        }
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR))
+            continue;
+        if (n < 0)
+            return makeError("cannot read the stream: " + systemText());
+        if (n == 0)
+            break;
+        if (kind != StreamKind::Pipe && !writeAll(memfd.get(), buffer.data(), size_t(n)))
+            return makeError("cannot fill the memfd: " + systemText());
+        total += size_t(n);
+        if (total > limits.maximumLength)
+            return makeError("it gives more than " + mebibytes(limits.maximumLength) +
+                             ", the limit for a movie read from a stream");
+    }
+    if (fcntl(memfd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) != 0)
+        return makeError("cannot seal the memfd: " + systemText());
+    return dataWithSealedMemfd(memfd.release(), total);
+}
+
+ErrorOr<NSData> NSData::dataWithContentsOfFile(const std::string& path, NSDataStreamLimits limits) {
+    // Without blocking: a FIFO with no writer opens at once, and the wait for its bytes
+    // is bounded below. Regular files ignore the flag.
+    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (file.get() < 0)
-        return readError(path);
+        return makeError("cannot read " + path + ": " + systemText());
     struct stat status {};
     if (fstat(file.get(), &status) != 0)
-        return readError(path);
+        return makeError("cannot read " + path + ": " + systemText());
     if (S_ISDIR(status.st_mode))
         return makeError("cannot read " + path + ": it is a folder");
-    if (!S_ISREG(status.st_mode) || status.st_size <= 0)
-        return readToEnd(file.get(), path);
-    auto data = dataWithCopyOfFile(file.get(), size_t(status.st_size));
+    // Regular files that claim no size (those of /proc) are read like streams.
+    auto data = S_ISREG(status.st_mode) && status.st_size > 0 ? dataWithFileInPlace(file.release())
+                                                              : dataWithContentsOfStream(file.get(), limits);
     if (data.isError())
         return makeError("cannot read " + path + ": " + data.error().message);
     return data;
+}
+
+bool operator==(const NSData& a, const NSData& b) {
+    if (a.length() != b.length())
+        return false;
+    if (a.isInMemory() && b.isInMemory())
+        return std::ranges::equal(a.span(), b.span());
+    std::vector<uint8_t> left(1 << 16);
+    std::vector<uint8_t> right(1 << 16);
+    for (size_t offset = 0; offset < a.length();) {
+        size_t fromA = a.readBytes(left.data(), left.size(), offset);
+        size_t fromB = b.readBytes(right.data(), right.size(), offset);
+        if (fromA != fromB || !std::equal(left.begin(), left.begin() + ptrdiff_t(fromA), right.begin()))
+            return false;
+        if (fromA == 0)
+            break;
+        offset += fromA;
+    }
+    return true;
 }

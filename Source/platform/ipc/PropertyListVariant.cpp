@@ -82,8 +82,11 @@ GVariant* numberVariant(const NSNumber& number) {
 }
 
 GVariant* dataVariant(const NSData& data, GUnixFDList* fds) {
-    if (fds && data.length() > kInlineDataLimit) {
-        auto fd = CreateSealedMemfd(data, "lxkit-data");
+    // Data already in a file travels as that file (a file read in place, a sealed
+    // memfd), which costs no copy; other bytes over the inline limit as a new memfd.
+    if (fds &&
+        (data.fileDescriptor() >= 0 || data.sealedDescriptor() >= 0 || data.length() > kInlineDataLimit)) {
+        auto fd = CreateDescriptorToSend(data, "lxkit-data");
         if (!fd.isError()) {
             gint index = g_unix_fd_list_append(fds, fd.value(), nullptr);
             close(fd.value()); // The list holds its own duplicate.
@@ -91,8 +94,16 @@ GVariant* dataVariant(const NSData& data, GUnixFDList* fds) {
                 return g_variant_new_handle(index);
         }
     }
-    // Zero-copy: the variant keeps a copy of the data handle, which keeps the bytes.
-    auto keeper = new NSData(data);
+    // Zero-copy: the variant keeps a copy of the data handle, which keeps the bytes. A
+    // file read in place has none in memory, so with nowhere to put a descriptor it is
+    // read for the message.
+    NSData inMemory = data;
+    if (!data.isInMemory()) {
+        std::vector<uint8_t> bytes(data.length());
+        bytes.resize(data.readBytes(bytes.data(), bytes.size(), 0));
+        inMemory = NSData::dataWithVector(std::move(bytes));
+    }
+    auto keeper = new NSData(std::move(inMemory));
     return g_variant_new_from_data(G_VARIANT_TYPE_BYTESTRING, keeper->bytes(), keeper->length(), TRUE,
                                    [](gpointer p) { delete static_cast<NSData*>(p); }, keeper);
 }

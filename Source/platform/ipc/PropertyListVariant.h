@@ -19,9 +19,10 @@ inline constexpr size_t kInlineDataLimit = 4 * 1024 * 1024;
 PropertyValue PropertyValueFromVariant(GVariant* value, GUnixFDList* fds);
 
 /// Writes a property-list value as a D-Bus value (floating). Numbers keep the kind they
-/// came in, so a value read from a message goes back out in exactly its type. Data over
-/// kInlineDataLimit goes into `fds` as a sealed memfd when `fds` is given. Nothing and
-/// dates are not carried: as a dictionary value they are left out; at the top level
+/// came in, so a value read from a message goes back out in exactly its type. When
+/// `fds` is given, data in a file (read in place, or a sealed memfd) goes into it as a
+/// duplicate of that file, other data over kInlineDataLimit as a new sealed memfd.
+/// Nothing and dates are not carried: as a dictionary value they are left out; at the top level
 /// they give null.
 GVariant* VariantFromPropertyValue(const PropertyValue& value, GUnixFDList* fds);
 

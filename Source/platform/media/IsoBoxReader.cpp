@@ -1,6 +1,8 @@
 #include "platform/media/IsoBoxReader.h"
 
 #include <algorithm>
+#include <new>
+#include <utility>
 
 std::optional<IsoBox> IsoBoxReader::boxAt(size_t& position) const {
     size_t left = m_bytes.size() - position;
@@ -232,13 +234,12 @@ std::optional<IsoTrackMedia> ReadTrackMedia(const IsoBox& track) {
     return media;
 }
 
-std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file) {
-    auto movieBox = IsoBoxReader(file).find(FourCC("moov"));
-    if (!movieBox)
-        return std::nullopt;
+namespace {
+
+IsoMovieSummary SummaryOfMovieBox(const IsoBox& movieBox) {
     IsoMovieSummary summary;
-    summary.movieBox = *movieBox;
-    auto movie = IsoBoxReader::childrenOf(*movieBox);
+    summary.movieBox = movieBox;
+    auto movie = IsoBoxReader::childrenOf(movieBox);
     if (auto header = movie.find(FourCC("mvhd")))
         summary.header = ReadMovieHeader(header->payload);
     for (const auto& track : movie.findAll(FourCC("trak"))) {
@@ -249,5 +250,108 @@ std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file
         if (auto media = ReadTrackMedia(track))
             summary.trackMedia.push_back(*media);
     }
+    return summary;
+}
+
+/// Box headers of a file read in place, read a window at a time so that a run of small
+/// boxes costs one read, not one each.
+class HeaderWindow {
+public:
+    explicit HeaderWindow(const NSData& file) : m_file(file) {}
+
+    /// Up to `kLongestHeader` bytes at `offset`, fewer only at the end of the file.
+    std::span<const uint8_t> at(size_t offset) {
+        size_t wanted = std::min(kLongestHeader, m_file.length() - offset);
+        if (offset < m_start || offset + wanted > m_start + m_filled) {
+            m_start = offset;
+            m_filled = m_file.readBytes(m_window.data(), m_window.size(), offset);
+        }
+        return std::span<const uint8_t>(m_window).subspan(offset - m_start, std::min(wanted, m_filled));
+    }
+
+    static constexpr size_t kLongestHeader = 32; ///< size, type, 64-bit size and a 'uuid' user type
+
+private:
+    const NSData& m_file;
+    std::vector<uint8_t> m_window = std::vector<uint8_t>(64 * 1024);
+    size_t m_start = 0;
+    size_t m_filled = 0;
+};
+
+/// Where the first top-level box of `type` lies, found by the same rules as
+/// IsoBoxReader::find (a box that does not fit ends the walk), reading headers only.
+std::optional<std::pair<size_t, size_t>> LocateTopLevelBox(const NSData& file, uint32_t type) {
+    HeaderWindow window(file);
+    size_t position = 0;
+    while (file.length() - position >= 8) {
+        size_t left = file.length() - position;
+        auto header = window.at(position);
+        if (header.size() < 8)
+            return std::nullopt; // The file shrank: it ends here.
+        IsoCursor cursor(header);
+        uint64_t size = *cursor.u32();
+        uint32_t boxType = *cursor.u32();
+        size_t headerSize = 8;
+        if (size == 1) {
+            auto large = cursor.u64();
+            if (!large)
+                return std::nullopt;
+            size = *large;
+            headerSize = 16;
+        } else if (size == 0) {
+            size = left;
+        }
+        if (boxType == FourCC("uuid"))
+            headerSize += 16;
+        if (size < headerSize || size > left)
+            return std::nullopt;
+        if (boxType == type)
+            return std::pair{position, size_t(size)};
+        position += size_t(size);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file) {
+    auto movieBox = IsoBoxReader(file).find(FourCC("moov"));
+    if (!movieBox)
+        return std::nullopt;
+    return SummaryOfMovieBox(*movieBox);
+}
+
+std::optional<IsoMovieSummary> ReadIsoMovieSummary(const NSData& file) {
+    std::optional<std::pair<size_t, size_t>> located;
+    if (file.isInMemory()) {
+        if (auto box = IsoBoxReader(file.span()).find(FourCC("moov")))
+            located = std::pair{box->offset, box->payloadOffset - box->offset + box->payload.size()};
+    } else {
+        located = LocateTopLevelBox(file, FourCC("moov"));
+    }
+    if (!located || located->second > IsoMovieSummary::kMaxMovieBoxSize)
+        return std::nullopt;
+    auto [offset, size] = *located;
+
+    NSData movieBytes;
+    if (file.isInMemory()) {
+        movieBytes = file;
+    } else {
+        std::vector<uint8_t> bytes;
+        try {
+            bytes.resize(size);
+        } catch (const std::bad_alloc&) {
+            return std::nullopt;
+        }
+        if (file.readBytes(bytes.data(), size, offset) != size)
+            return std::nullopt; // The file shrank under us.
+        movieBytes = NSData::dataWithVector(std::move(bytes));
+    }
+    auto span = file.isInMemory() ? movieBytes.span().subspan(offset, size) : movieBytes.span();
+    auto movieBox = IsoBoxReader(span, offset).find(FourCC("moov"));
+    if (!movieBox)
+        return std::nullopt;
+    auto summary = SummaryOfMovieBox(*movieBox);
+    summary.movieBoxBytes = std::move(movieBytes);
     return summary;
 }

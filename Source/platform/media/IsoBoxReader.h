@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/core/NSData.h"
+
 /// A four-character box type as a big-endian number: FourCC("moov").
 constexpr uint32_t FourCC(std::string_view code) {
     return code.size() == 4 ? (uint32_t(uint8_t(code[0])) << 24) | (uint32_t(uint8_t(code[1])) << 16) |
@@ -116,10 +118,19 @@ std::optional<uint32_t> ReadHandlerType(std::span<const uint8_t> payload);
 /// The movie-level facts of an ISO base media or QuickTime file: its header and its
 /// tracks' headers in file order. Nothing when the bytes hold no 'moov' box.
 struct IsoMovieSummary {
+    /// Larger 'moov' boxes are not read: real ones hold a few MiB even for hours of movie.
+    static constexpr size_t kMaxMovieBoxSize = size_t(256) << 20;
+
     std::optional<IsoMovieHeader> header;
     std::vector<IsoTrackHeader> tracks;
     std::vector<IsoTrackMedia> trackMedia; ///< in file order, like `tracks`
     IsoBox movieBox;                       ///< the 'moov' box, for readers of further boxes ('udta', 'meta')
+    NSData movieBoxBytes;                  ///< keeps the bytes `movieBox` points into alive
 };
 
+/// The summary of a file whose bytes are all in `file`; `movieBox` points into them.
 std::optional<IsoMovieSummary> ReadIsoMovieSummary(std::span<const uint8_t> file);
+/// The same summary from data in any form: for a file read in place, only the box
+/// headers at the top level are read until the 'moov' box (wherever it lies), then
+/// that box alone, whatever the file's size.
+std::optional<IsoMovieSummary> ReadIsoMovieSummary(const NSData& file);

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string_view>
@@ -18,6 +21,25 @@ constexpr int64_t kProbeSize = 8 * 1024 * 1024;
 constexpr int64_t kAnalyzeDuration = 5 * int64_t(AV_TIME_BASE);
 constexpr unsigned kMaxStreams = 64;
 constexpr auto kOpenDeadline = std::chrono::seconds(10);
+
+bool MediaDebugLogEnabled() {
+    // LXKIT_DEBUG holds topics separated by commas: "media", or "all".
+    static const bool enabled = [] {
+        const char* topics = std::getenv("LXKIT_DEBUG");
+        if (!topics)
+            return false;
+        std::string_view list = topics;
+        while (!list.empty()) {
+            auto comma = list.find(',');
+            auto topic = list.substr(0, comma);
+            if (topic == "media" || topic == "all")
+                return true;
+            list = comma == std::string_view::npos ? std::string_view() : list.substr(comma + 1);
+        }
+        return false;
+    }();
+    return enabled;
+}
 
 void SilenceFFmpeg() {
     // The platform layer reports failures through its return values, never in a log.
@@ -40,6 +62,14 @@ MemoryInput::~MemoryInput() {
     // The demuxer reads through the I/O context until it is closed, so it goes first.
     m_format.reset();
     m_io.reset();
+    if (MediaDebugLogEnabled()) {
+        std::fprintf(stderr,
+                     "lxkit media: read %" PRIu64 " bytes of %zu (%.3f %%) in %" PRIu64 " reads, %" PRIu64
+                     " seeks, from %s\n",
+                     m_bytesRead, m_data.length(),
+                     m_data.empty() ? 0.0 : 100.0 * double(m_bytesRead) / double(m_data.length()), m_reads,
+                     m_seeks, m_data.isInMemory() ? "memory" : "a file in place");
+    }
 }
 
 ErrorOr<std::unique_ptr<MemoryInput>>
@@ -108,12 +138,13 @@ void MemoryInput::setDeadline(std::chrono::steady_clock::duration fromNow) {
 
 int MemoryInput::read(void* opaque, uint8_t* buffer, int size) {
     auto* input = static_cast<MemoryInput*>(opaque);
-    size_t left = input->m_data.length() - input->m_position;
-    if (left == 0)
+    // A short read, also one of a file that shrank under us, is the end of the data.
+    size_t count = input->m_data.readBytes(buffer, size_t(std::max(size, 0)), input->m_position);
+    if (count == 0)
         return AVERROR_EOF;
-    size_t count = std::min(left, size_t(std::max(size, 0)));
-    std::memcpy(buffer, input->m_data.bytes() + input->m_position, count);
     input->m_position += count;
+    input->m_bytesRead += count;
+    ++input->m_reads;
     return int(count);
 }
 
@@ -142,6 +173,7 @@ int64_t MemoryInput::seek(void* opaque, int64_t offset, int whence) {
     if (target > length)
         return AVERROR(EINVAL);
     input->m_position = size_t(target);
+    ++input->m_seeks;
     return target;
 }
 

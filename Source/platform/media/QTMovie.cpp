@@ -319,7 +319,7 @@ QTMovie::openWithData(const NSData& data, std::optional<std::chrono::steady_cloc
 
     std::optional<IsoMovieSummary> iso;
     if (decoder->input->isIsoMedia())
-        iso = ReadIsoMovieSummary(data.span());
+        iso = ReadIsoMovieSummary(data);
 
     std::shared_ptr<QTMovie> movie(new QTMovie());
     if (iso && iso->header && iso->header->timeScale > 0)

@@ -40,7 +40,7 @@ struct QTFrameImageAttributes {
 
 class MovieDecoder;
 
-/// A movie opened from bytes in memory, over FFmpeg.
+/// A movie opened from its bytes, in memory or in a file read in place, over FFmpeg.
 class QTMovie {
 public:
     /// Opens the movie in `data`, which the movie keeps alive. An error says why not
