@@ -1,31 +1,24 @@
 #include "service/LXVideoFrameJobLoader.h"
 
 #include <cstdlib>
-#include <dlfcn.h>
 #include <filesystem>
 
-LXVideoFrameJobLoader::LXVideoFrameJobLoader(std::string modulePath) {
-    m_result = std::async(std::launch::async, [path = std::move(modulePath)] {
-                   Result result;
-                   // Kept loaded for the life of the process, like any linked library.
-                   void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-                   if (!module) {
-                       const char* why = dlerror();
-                       result.error = "cannot load the job module: " + std::string(why ? why : path);
-                       return result;
-                   }
-                   using Entry = const LXVideoFrameJobs* (*)();
-                   auto entry = reinterpret_cast<Entry>(dlsym(module, "lxkit_video_frame_jobs"));
-                   result.jobs = entry ? entry() : nullptr;
-                   if (!result.jobs)
-                       result.error = "the job module " + path + " has no jobs";
-                   return result;
-               }).share();
+#include <dlfcn.h>
+
+LXVideoFrameJobLoader::LXVideoFrameJobLoader(const std::string& modulePath) {
+    // Kept loaded for the life of the process, like any linked library.
+    void* module = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!module) {
+        const char* why = dlerror();
+        m_error = "cannot load the job module: " + std::string(why ? why : modulePath);
+        return;
+    }
+    using Entry = const LXVideoFrameJobs* (*)();
+    auto entry = reinterpret_cast<Entry>(dlsym(module, "lxkit_video_frame_jobs"));
+    m_jobs = entry ? entry() : nullptr;
+    if (!m_jobs)
+        m_error = "the job module " + modulePath + " has no jobs";
 }
-
-const LXVideoFrameJobs* LXVideoFrameJobLoader::jobs() { return m_result.get().jobs; }
-
-const std::string& LXVideoFrameJobLoader::error() { return m_result.get().error; }
 
 std::string LXVideoFrameJobLoader::defaultModulePath() {
     if (const char* path = std::getenv("LXFRAMED_JOB_MODULE"); path && *path)

@@ -105,6 +105,8 @@ ErrorOr<bool> NSXPCListener::resume() {
             return;
         }
         g_signal_connect(m_server.get(), "new-connection", G_CALLBACK(handleNewConnection), this);
+        if (m_willAccept)
+            m_willAccept();
         g_dbus_server_start(m_server.get());
     });
     if (failure)

@@ -43,6 +43,9 @@ public:
     /// Called on the delivery thread when the peer of a socket listener has gone, after
     /// which nobody can reach the listener any more.
     void setLastPeerGoneHandler(std::function<void()> handler) { m_lastPeerGone = std::move(handler); }
+    /// Called on the delivery thread by `resume()` of a listening listener, once its
+    /// socket exists and before any peer can be let in (lxframed confines itself here).
+    void setWillAcceptHandler(std::function<void()> handler) { m_willAccept = std::move(handler); }
 
 private:
     explicit NSXPCListener(DeliveryThread::Context context);
@@ -57,6 +60,7 @@ private:
     GObjectRef<GDBusAuthObserver> m_observer;
     std::vector<std::shared_ptr<GDBusXPCConnection>> m_connections;
     std::function<void()> m_lastPeerGone;
+    std::function<void()> m_willAccept;
 };
 
 /// An observer that lets in peers of this process's user only, through the EXTERNAL

@@ -1,0 +1,7 @@
+#include "platform/sandbox/LibraryWarmUp.h"
+
+#include <glib.h>
+
+void WarmUpLibrariesForConfinement() {
+    g_random_int();
+}
