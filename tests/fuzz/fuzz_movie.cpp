@@ -25,6 +25,9 @@ extern "C" {
 
 namespace {
 
+constexpr NSSize kTinySizes[] = {{7, 31}, {1, 1},  {2, 5},  {2, 3}, {1.5, 2.5},
+                                 {3, 2},  {1, 17}, {16, 1}, {5, 2}, {4, 4}};
+
 void inspect(QTMovie& movie) {
     (void)movie.timeScale();
     (void)movie.hasDuration();
@@ -82,13 +85,17 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0)
+        return 0;
     auto opened = QTMovie::movieWithData(NSData::dataWithBytes(data, size));
     if (opened.isError())
         return 0;
     QTMovie& movie = *opened.value();
     inspect(movie);
 
-    // The display size fitted into 48 x 48, as a viewer's thumbnails are; two odd sizes.
+    // The display size fitted into 48 x 48, as a viewer's thumbnails are; an odd size
+    // turned a quarter; and a tiny or fractional size of the kind clients may ask for,
+    // chosen by the input's last byte.
     NSSize display = LXMovie::size(movie);
     NSSize fitted = display.width >= 1 && display.height >= 1 ? ScaleSize(display, NSMakeSize(48, 48))
                                                               : NSMakeSize(32, 24);
@@ -103,6 +110,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     grab(movie, QTTime{0, duration.timeScale, duration.flags}, fitted, nullptr);
     grab(movie, middle, odd, transform.get());
-    grab(movie, interesting, NSMakeSize(7, 31), nullptr);
+    grab(movie, interesting, kTinySizes[data[size - 1] % std::size(kTinySizes)], nullptr);
     return 0;
 }
