@@ -10,6 +10,7 @@ extern "C" {
 }
 
 #include "FuzzCheck.h"
+#include "ReachGuard.h"
 #include "imaging/NSImage+LXImageEncoding.h"
 #include "imaging/Scaling.h"
 #include "movie/NSString+LXStringMovieTime.h"
@@ -87,6 +88,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0)
         return 0;
+    // Only the given bytes may be read: no file, no host (a manifest, playlist, concat
+    // script or session description must not open what it names).
+    ReachGuard guard;
     auto opened = QTMovie::movieWithData(NSData::dataWithBytes(data, size));
     if (opened.isError())
         return 0;
