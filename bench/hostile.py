@@ -218,6 +218,12 @@ def run_one(build, movie, work, baseline_paths):
             alive = service.poll() is None
         except OSError:
             alive = False
+    # Stopping strace alone would leave the traced service running, detached.
+    if service_pid:
+        try:
+            os.kill(service_pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
     service.send_signal(signal.SIGTERM)
     try:
         service.wait(timeout=5)
