@@ -6,6 +6,26 @@
 #include "service/LXVideoFrameProtocols.h"
 
 
+namespace {
+
+/// Hands a connection's messages to the task without owning it: the task holds its
+/// current connection, so a connection holding the task in turn would keep both alive
+/// for good.
+class TaskMessageReceiver final : public NSXPCExportedObject {
+public:
+    explicit TaskMessageReceiver(std::weak_ptr<LXVideoFrameTask> task) : m_task(std::move(task)) {}
+    void receiveMessage(std::string_view selector, const PropertyArray& arguments,
+                        const NSXPCMessageFacts& facts) override {
+        if (auto task = m_task.lock())
+            task->receiveMessage(selector, arguments, facts);
+    }
+
+private:
+    std::weak_ptr<LXVideoFrameTask> m_task;
+};
+
+} // namespace
+
 const std::shared_ptr<LXVideoFrameTask>& LXVideoFrameTask::sharedInstance() {
     static const auto task = std::make_shared<LXVideoFrameTask>();
     return task;
@@ -37,7 +57,7 @@ void LXVideoFrameTask::createFramesWithOptions(const PropertyDictionary& options
 bool LXVideoFrameTask::shouldAcceptNewConnection(NSXPCListener&, std::shared_ptr<NSXPCConnection> connection) {
     connection->setRemoteObjectInterface(LXVideoFrameClientInterface());
     connection->setExportedInterface(LXVideoFrameServiceInterface());
-    connection->setExportedObject(shared_from_this());
+    connection->setExportedObject(std::make_shared<TaskMessageReceiver>(weak_from_this()));
     connection->resume();
     // The connection before stays open; only replies move to the new one.
     setConnection(std::move(connection));

@@ -425,6 +425,9 @@ TEST(ServiceConnections, AClientThatStopsReadingDoesNotHoldANewerOne) {
 }
 
 TEST(ServiceConnections, InlineRequestsLeaveNoMemoryBehind) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "AddressSanitizer's quarantine keeps freed memory resident; the message-ownership tests and LeakSanitizer check this instead";
+#endif
     ReplyLog log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
