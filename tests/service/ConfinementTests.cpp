@@ -272,4 +272,30 @@ TEST(Confinement, AListeningServiceUnderAnotherSandboxsFilterServesConfined) {
     ASSERT_FALSE(client.isError()) << client.error().message;
 }
 
+TEST(Confinement, AReplyTooLargeForInlineDataStillArrivesWhole) {
+    // A frame of noise makes a PNG over the 4 MiB at which data goes as a memfd, which a
+    // confined service cannot grow (RLIMIT_FSIZE 0): the reply must still carry it.
+    auto movie = makeMovie("noise.mkv", "-f lavfi -i nullsrc=size=1600x1600:rate=1:duration=1 "
+                                        "-vf 'geq=random(1)*255:random(2)*255:random(3)*255' "
+                                        "-c:v ffv1 -pix_fmt yuv444p");
+    ReplyCollector collector;
+    auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), collector.handler());
+    ASSERT_FALSE(client.isError()) << client.error().message;
+    client.value()->processRequest({{Key::movieData, NSData::dataWithVector(readFile(movie))},
+                                    {Key::token, "noise"},
+                                    {Key::frameSize, "{1600, 1600}"},
+                                    {Key::frameCount, PropertyValue::number(1)},
+                                    {Key::interval, PropertyValue::number(1)}});
+    auto replies = collector.waitForFinal(60s);
+    ASSERT_TRUE(replies) << "no final reply";
+    ASSERT_EQ(replies->size(), 2u);
+    EXPECT_EQ(*PropertyValueForKey(replies->back(), Key::completed), PropertyValue::boolean(true));
+    const PropertyValue* frames = PropertyValueForKey(replies->front(), Key::frames);
+    ASSERT_TRUE(frames && frames->array() && frames->array()->size() == 1);
+    const PropertyValue* png = PropertyValueForKey(*(*frames->array())[0].dictionary(), Key::data);
+    ASSERT_TRUE(png && png->data());
+    EXPECT_GT(png->data()->length(), 4u << 20);
+    EXPECT_EQ(PngDimensions(*png->data()), std::make_pair(1600u, 1600u));
+}
+
 } // namespace
