@@ -37,13 +37,19 @@ namespace {
 const char* const kForbiddenAttempts[] = {"open /etc/passwd", "exec /bin/true", "create a socket",
                                           "write a file"};
 
+#if defined(__x86_64__)
+constexpr uint32_t kNativeAuditArch = AUDIT_ARCH_X86_64;
+#elif defined(__aarch64__)
+constexpr uint32_t kNativeAuditArch = AUDIT_ARCH_AARCH64;
+#endif
+
 /// The filter a sandbox around lxframed might install: every call goes through, but
 /// with `hideLandlock` Landlock looks absent, as on a kernel built without it.
 void installOuterFilter(bool hideLandlock = false) {
     sock_filter allowAll[] = {BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
     sock_filter noLandlock[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, arch)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AUDIT_ARCH_X86_64, 0, 3),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, kNativeAuditArch, 0, 3),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_landlock_create_ruleset, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
