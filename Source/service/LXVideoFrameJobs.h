@@ -13,10 +13,9 @@ public:
     virtual void reply(const PropertyDictionary& request, const char* key, PropertyValue value) = 0;
 };
 
-/// The two jobs of the frame service. They live apart from the task so that lxframed
-/// can start and accept its client before the movie and drawing libraries (FFmpeg,
-/// Cairo and the hundred-odd libraries they load) are in memory: it loads them from a
-/// module in the background.
+/// The two jobs of the frame service. They live apart from the task, in a module that
+/// lxframed loads with the movie and drawing libraries (FFmpeg, Cairo and the
+/// hundred-odd libraries they load) before it confines itself.
 struct LXVideoFrameJobs {
     /// One picture per chapter, in the chapter list's order.
     void (*createChapterFramesWithOptions)(LXVideoFrameJobHost& host, const PropertyDictionary& options);

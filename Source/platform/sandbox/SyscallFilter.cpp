@@ -20,7 +20,7 @@ using FilterContext = std::unique_ptr<void, FilterContextDeleter>;
 // What the service does once it is set up, and so all it may do: allocate and map
 // memory, run and synchronise threads, keep time, handle its own signals, and move
 // bytes through descriptors it already holds (the D-Bus socket and the descriptors that
-// arrive over it, GLib's eventfds, memfds it makes for movie data). Nothing here names
+// arrive over it, GLib's eventfds, memfds for data in memory). Nothing here names
 // a path, makes or connects a socket, starts a process or touches credentials.
 constexpr int kAllowed[] = {
     // Memory.

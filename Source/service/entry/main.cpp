@@ -69,6 +69,15 @@ bool confine() {
     return !confined.isError();
 }
 
+/// Leaves a confined process. Exit handlers are skipped: LeakSanitizer's check at exit
+/// needs ptrace and /proc, which confinement took away, and would end the process with
+/// its own error instead of `status`.
+[[noreturn]] void exitConfined(int status) {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    _exit(status);
+}
+
 int checkConfinement() {
     bool allRefused = true;
     for (const auto& attempt : TryForbiddenActions(confine)) {
@@ -114,11 +123,11 @@ int main(int argc, char** argv) {
         // Confined before the connection exists: its peer's first byte, and every
         // thread that reads one, come after.
         if (!confine())
-            return 1;
+            exitConfined(1);
         auto made = NSXPCListener::listenerWithConnectedSocket(arguments.value().socket);
         if (made.isError()) {
             std::fprintf(stderr, "lxframed: %s\n", made.error().message.c_str());
-            return 2;
+            exitConfined(2);
         }
         listener = made.releaseValue();
         // Nobody can reach a service on a socket pair once its one peer has gone.
@@ -140,11 +149,11 @@ int main(int argc, char** argv) {
             if (restricted.isError()) {
                 std::fprintf(stderr, "lxframed: cannot confine the service: %s\n",
                              restricted.error().message.c_str());
-                return 1;
+                exitConfined(1);
             }
             listener->setWillAcceptHandler([] {
                 if (!confine())
-                    _exit(1);
+                    exitConfined(1);
             });
         }
         break;
@@ -154,10 +163,10 @@ int main(int argc, char** argv) {
     auto resumed = listener->resume();
     if (resumed.isError()) {
         std::fprintf(stderr, "lxframed: %s\n", resumed.error().message.c_str());
-        return 1;
+        exitConfined(1);
     }
     if (std::getenv("LXFRAMED_PRINT_ADDRESS"))
         std::printf("%s\n", listener->clientAddress().c_str()), std::fflush(stdout);
     NSOperationQueue::mainQueue().run();
-    return 0;
+    exitConfined(0);
 }
