@@ -126,7 +126,12 @@ int hugeMain(int argc, char** argv) {
         std::fprintf(stderr, "lxframes_bench: %s\n", client.error().message.c_str());
         return 1;
     }
-    client.value()->processRequest(request(movie, "{640, 360}", 5, int32_t(std::stol(argv[4]))));
+    if (auto sent =
+            client.value()->processRequest(request(movie, "{640, 360}", 5, int32_t(std::stol(argv[4]))));
+        sent.isError()) {
+        std::fprintf(stderr, "lxframes_bench: %s\n", sent.error().message.c_str());
+        return 1;
+    }
     replies.waitForFinal();
     double jobTime = milliseconds(Clock::now() - start);
     long servicePeak = peakResidentKilobytes(client.value()->servicePid());
@@ -146,8 +151,11 @@ int hugeMain(int argc, char** argv) {
     // A request without a movie after the job: once it is answered, the job's movie is
     // closed and the service has said what it read (LXKIT_DEBUG=media).
     replies.clear();
-    client.value()->processRequest(
-        {{Key::token, PropertyValue::number(2)}, {Key::frameCount, PropertyValue::number(0)}});
+    if (client.value()
+            ->processRequest(
+                {{Key::token, PropertyValue::number(2)}, {Key::frameCount, PropertyValue::number(0)}})
+            .isError())
+        return 1;
     replies.waitForFinal();
     watching = false;
     watcher.join();

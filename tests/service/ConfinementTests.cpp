@@ -178,11 +178,13 @@ std::filesystem::path confinedMovie() {
 void expectFramesMatchFfmpeg(LXFrameServiceClient& client, ReplyCollector& collector) {
     const double times[] = {0, 0.44, 0.88, 1.32};
     auto movie = confinedMovie();
-    client.processRequest({{Key::movieData, NSData::dataWithVector(readFile(movie))},
-                           {Key::token, "confined"},
-                           {Key::frameSize, "{320, 240}"},
-                           {Key::frameCount, PropertyValue::number(4)},
-                           {Key::interval, PropertyValue::number(440)}});
+    ASSERT_FALSE(client
+                     .processRequest({{Key::movieData, NSData::dataWithVector(readFile(movie))},
+                                      {Key::token, "confined"},
+                                      {Key::frameSize, "{320, 240}"},
+                                      {Key::frameCount, PropertyValue::number(4)},
+                                      {Key::interval, PropertyValue::number(440)}})
+                     .isError());
     auto replies = collector.waitForFinal();
     ASSERT_TRUE(replies) << "no final reply";
     ASSERT_EQ(replies->size(), 5u);
@@ -287,11 +289,13 @@ TEST(Confinement, AReplyTooLargeForInlineDataStillArrivesWhole) {
     ReplyCollector collector;
     auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), collector.handler());
     ASSERT_FALSE(client.isError()) << client.error().message;
-    client.value()->processRequest({{Key::movieData, NSData::dataWithVector(readFile(movie))},
-                                    {Key::token, "noise"},
-                                    {Key::frameSize, "{1600, 1600}"},
-                                    {Key::frameCount, PropertyValue::number(1)},
-                                    {Key::interval, PropertyValue::number(1)}});
+    ASSERT_FALSE(client.value()
+                     ->processRequest({{Key::movieData, NSData::dataWithVector(readFile(movie))},
+                                       {Key::token, "noise"},
+                                       {Key::frameSize, "{1600, 1600}"},
+                                       {Key::frameCount, PropertyValue::number(1)},
+                                       {Key::interval, PropertyValue::number(1)}})
+                     .isError());
     auto replies = collector.waitForFinal(60s);
     ASSERT_TRUE(replies) << "no final reply";
     ASSERT_EQ(replies->size(), 2u);

@@ -96,22 +96,36 @@ std::vector<NSData> FramePngs(const std::vector<PropertyDictionary>& replies) {
 
 /// Standard error of this process goes to a file while the object lives, so that a
 /// spawned service's debug log can be read.
+/// Standard error, which the spawned service inherits, read through a pipe: a
+/// confined service may not write to a regular file (its file-size limit is 0).
 class CapturedStandardError {
 public:
-    explicit CapturedStandardError(const std::filesystem::path& path) : m_path(path) {
+    CapturedStandardError() {
         std::fflush(stderr);
         m_saved = dup(STDERR_FILENO);
-        int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        dup2(file, STDERR_FILENO);
-        close(file);
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            return;
+        m_readEnd = ends[0];
+        fcntl(m_readEnd, F_SETFL, O_NONBLOCK);
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[1]);
     }
-    ~CapturedStandardError() { restore(); }
+    ~CapturedStandardError() {
+        restore();
+        if (m_readEnd >= 0)
+            close(m_readEnd);
+    }
+    /// What was written so far; the writers wrote it before the replies that the
+    /// caller has waited for, so it is all in the pipe.
     std::string text() {
         restore();
-        std::ifstream in(m_path);
-        std::stringstream all;
-        all << in.rdbuf();
-        return all.str();
+        std::string all;
+        char buffer[4096];
+        ssize_t n;
+        while (m_readEnd >= 0 && (n = read(m_readEnd, buffer, sizeof buffer)) > 0)
+            all.append(buffer, size_t(n));
+        return all;
     }
 
 private:
@@ -123,8 +137,8 @@ private:
         close(m_saved);
         m_saved = -1;
     }
-    std::filesystem::path m_path;
     int m_saved = -1;
+    int m_readEnd = -1;
 };
 
 TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
@@ -140,20 +154,19 @@ TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
     ASSERT_FALSE(inPlace.isError()) << inPlace.error().message;
     ASSERT_GE(inPlace.value().fileDescriptor(), 0);
 
-    TemporaryFolder folder;
     setenv("LXKIT_DEBUG", "media", 1);
     Replies replies;
     std::string log;
     std::vector<std::vector<NSData>> pngs;
     {
-        CapturedStandardError captured(folder / "stderr.txt");
+        CapturedStandardError captured;
         auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), replies.handler());
         unsetenv("LXKIT_DEBUG");
         ASSERT_FALSE(client.isError()) << client.error().message;
         const std::pair<const char*, const NSData*> forms[] = {
             {"ay", &inMemory}, {"memfd", &sealed.value()}, {"file", &inPlace.value()}};
         for (auto [token, data] : forms) {
-            client.value()->processRequest(FramesRequest(*data, token, 7, 430));
+            ASSERT_FALSE(client.value()->processRequest(FramesRequest(*data, token, 7, 430)).isError());
             auto got = replies.waitForFinal(token);
             ASSERT_TRUE(got) << token;
             ASSERT_EQ(got->size(), 8u) << token;
@@ -162,7 +175,10 @@ TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
             pngs.push_back(FramePngs(*got));
         }
         // A job with no movie after the last one: by its reply, that movie is closed.
-        client.value()->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}});
+        ASSERT_FALSE(
+            client.value()
+                ->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}})
+                .isError());
         ASSERT_TRUE(replies.waitForFinal("after"));
         log = captured.text();
     }
@@ -190,17 +206,21 @@ TEST(InPlaceMovie, ASparseFileOfFourGiBCostsOnlyWhatIsProbed) {
     Replies replies;
     std::string log;
     {
-        CapturedStandardError captured(folder / "stderr.txt");
+        CapturedStandardError captured;
         auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), replies.handler());
         unsetenv("LXKIT_DEBUG");
         ASSERT_FALSE(client.isError()) << client.error().message;
-        client.value()->processRequest(FramesRequest(inPlace.value(), "sparse", 2, 1000));
+        ASSERT_FALSE(
+            client.value()->processRequest(FramesRequest(inPlace.value(), "sparse", 2, 1000)).isError());
         auto got = replies.waitForFinal("sparse");
         ASSERT_TRUE(got);
         // Not a movie: the job opens nothing and sends only its final reply.
         ASSERT_EQ(got->size(), 1u);
         EXPECT_EQ(*PropertyValueForKey(got->back(), Key::completed), PropertyValue::boolean(false));
-        client.value()->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}});
+        ASSERT_FALSE(
+            client.value()
+                ->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}})
+                .isError());
         ASSERT_TRUE(replies.waitForFinal("after"));
         log = captured.text();
     }
@@ -248,7 +268,8 @@ TEST(InPlaceMovie, AFileTruncatedAndRewrittenMidJobGivesNeutralAnswers) {
                 change.apply();
         };
         std::string token = change.name;
-        client.value()->processRequest(FramesRequest(inPlace.value(), token, 40, 140));
+        ASSERT_FALSE(
+            client.value()->processRequest(FramesRequest(inPlace.value(), token, 40, 140)).isError());
         auto got = replies.waitForFinal(token);
         replies.onReply = nullptr;
         ASSERT_TRUE(got) << change.name;
@@ -265,7 +286,7 @@ TEST(InPlaceMovie, AFileTruncatedAndRewrittenMidJobGivesNeutralAnswers) {
     writeFile(path, original);
     auto again = NSData::dataWithContentsOfFile(path.string());
     ASSERT_FALSE(again.isError());
-    client.value()->processRequest(FramesRequest(again.value(), "whole", 5, 1000));
+    ASSERT_FALSE(client.value()->processRequest(FramesRequest(again.value(), "whole", 5, 1000)).isError());
     auto got = replies.waitForFinal("whole");
     ASSERT_TRUE(got);
     auto pngs = FramePngs(*got);

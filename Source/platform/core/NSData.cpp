@@ -32,6 +32,26 @@ private:
     int m_fd;
 };
 
+/// Anonymous memory from `mmap`, released with the last copy of the data.
+class AnonymousMapping {
+public:
+    AnonymousMapping(void* address, size_t length) : m_address(address), m_length(length) {}
+    AnonymousMapping(const AnonymousMapping&) = delete;
+    AnonymousMapping& operator=(const AnonymousMapping&) = delete;
+    ~AnonymousMapping() { munmap(m_address, m_length); }
+    /// Gives back the pages past the first `used` bytes.
+    void shrink(size_t used) {
+        size_t page = size_t(sysconf(_SC_PAGESIZE));
+        size_t kept = std::max(page, (used + page - 1) / page * page);
+        if (kept < m_length && munmap(static_cast<uint8_t*>(m_address) + kept, m_length - kept) == 0)
+            m_length = kept;
+    }
+
+private:
+    void* m_address;
+    size_t m_length;
+};
+
 /// A memfd and its read-only mapping, released together with the last copy of the data.
 class SealedMapping {
 public:
@@ -67,19 +87,6 @@ std::optional<std::string> unreadableReason(int descriptor) {
     if ((flags & O_ACCMODE) == O_WRONLY)
         return std::string("the descriptor is open for writing only");
     return std::nullopt;
-}
-
-bool writeAll(int descriptor, const uint8_t* bytes, size_t length) {
-    while (length > 0) {
-        ssize_t n = write(descriptor, bytes, length);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        bytes += n;
-        length -= size_t(n);
-    }
-    return true;
 }
 
 /// How a stream hands over its bytes without blocking: pipes through `splice`, which
@@ -181,16 +188,30 @@ ErrorOr<NSData> NSData::dataWithContentsOfStream(int descriptor, NSDataStreamLim
     if (kind == StreamKind::Other && !S_ISREG(status.st_mode) && !(fcntl(descriptor, F_GETFL) & O_NONBLOCK))
         return makeError("the stream would block: it is not open without blocking");
 
-    Descriptor memfd(memfd_create("lxkit-stream", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (memfd.get() < 0)
-        return makeError("cannot make a memfd: " + systemText());
-    std::vector<uint8_t> buffer(kind == StreamKind::Pipe ? 0 : 256 * 1024);
+    // A pipe is drained through a private pipe: `splice` never blocks on the stream,
+    // whatever its sender set, and a read from our own pipe never waits.
+    int relay[2] = {-1, -1};
+    if (kind == StreamKind::Pipe && pipe2(relay, O_CLOEXEC | O_NONBLOCK) != 0)
+        return makeError("cannot make a pipe: " + systemText());
+    Descriptor relayOut(relay[0]), relayIn(relay[1]);
+    // The bytes go to anonymous memory, not a memfd: a confined service may not grow
+    // a file (its file-size limit is 0). The whole cap is reserved at once and only the
+    // pages written cost memory, so a stream at its cap never holds twice its size, as
+    // a growing vector would while it moves.
+    size_t reserved = limits.maximumLength + 1;
+    void* address =
+        mmap(nullptr, reserved, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (address == MAP_FAILED)
+        return makeError("cannot reserve memory for the stream: " + systemText());
+    auto mapping = std::make_shared<AnonymousMapping>(address, reserved);
+    auto* bytes = static_cast<uint8_t*>(address);
+    size_t total = 0;
+    constexpr size_t kChunk = 64 * 1024;
     auto deadline = std::chrono::steady_clock::now() + limits.timeout;
     auto timedOut = [&] {
         return makeError("it gave no end within " + std::to_string(limits.timeout.count() / 1000) +
                          " s, the limit for a movie read from a stream");
     };
-    size_t total = 0;
     for (;;) {
         auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0)
@@ -204,18 +225,19 @@ ErrorOr<NSData> NSData::dataWithContentsOfStream(int descriptor, NSDataStreamLim
         if (ready == 0)
             return timedOut();
         // One byte past the limit is enough to know the stream is too long.
-        size_t wanted =
-            std::min<size_t>(limits.maximumLength - std::min(total, limits.maximumLength) + 1, 1 << 20);
+        size_t wanted = std::min(reserved - total, kChunk);
         ssize_t n = 0;
         switch (kind) {
         case StreamKind::Pipe:
-            n = splice(descriptor, nullptr, memfd.get(), nullptr, wanted, SPLICE_F_NONBLOCK);
+            n = splice(descriptor, nullptr, relayIn.get(), nullptr, wanted, SPLICE_F_NONBLOCK);
+            if (n > 0 && read(relayOut.get(), bytes + total, size_t(n)) != n)
+                return makeError("cannot read the stream: " + systemText());
             break;
         case StreamKind::Socket:
-            n = recv(descriptor, buffer.data(), std::min(wanted, buffer.size()), MSG_DONTWAIT);
+            n = recv(descriptor, bytes + total, wanted, MSG_DONTWAIT);
             break;
         case StreamKind::Other:
-            n = read(descriptor, buffer.data(), std::min(wanted, buffer.size()));
+            n = read(descriptor, bytes + total, wanted);
             break;
         }
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR))
@@ -224,16 +246,13 @@ ErrorOr<NSData> NSData::dataWithContentsOfStream(int descriptor, NSDataStreamLim
             return makeError("cannot read the stream: " + systemText());
         if (n == 0)
             break;
-        if (kind != StreamKind::Pipe && !writeAll(memfd.get(), buffer.data(), size_t(n)))
-            return makeError("cannot fill the memfd: " + systemText());
         total += size_t(n);
         if (total > limits.maximumLength)
             return makeError("it gives more than " + mebibytes(limits.maximumLength) +
                              ", the limit for a movie read from a stream");
     }
-    if (fcntl(memfd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) != 0)
-        return makeError("cannot seal the memfd: " + systemText());
-    return dataWithSealedMemfd(memfd.release(), total);
+    mapping->shrink(total);
+    return dataWithOwner(mapping, bytes, total);
 }
 
 ErrorOr<NSData> NSData::dataWithContentsOfFile(const std::string& path, NSDataStreamLimits limits) {

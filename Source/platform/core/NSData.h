@@ -45,7 +45,7 @@ public:
     /// `descriptor` from here on, also when this fails. Descriptors that cannot be
     /// read (opened write-only, or for the path only) are refused.
     static ErrorOr<NSData> dataWithFileInPlace(int descriptor);
-    /// Everything a stream gives until its end, into a sealed memfd, within `limits`:
+    /// Everything a stream gives until its end, in memory, within `limits`:
     /// more bytes than allowed, or an end that does not come in time, is an error that
     /// says so. Pipes and sockets are read without ever blocking, whoever else holds
     /// them; other streams must be open without blocking (`O_NONBLOCK`). The

@@ -187,7 +187,8 @@ TEST(FileDescriptorData, EachKindOfDescriptorIsReadInItsWayOrRefused) {
         // The data keeps its own descriptor: closing the one handed over changes nothing.
         EXPECT_EQ(data.value(), bytes) << c.name;
         EXPECT_EQ(data.value().fileDescriptor() >= 0, c.expected == Read::InPlace) << c.name;
-        EXPECT_EQ(data.value().sealedDescriptor() >= 0, c.expected != Read::InPlace) << c.name;
+        EXPECT_EQ(data.value().sealedDescriptor() >= 0, c.expected == Read::Mapped) << c.name;
+        EXPECT_EQ(data.value().isInMemory(), c.expected != Read::InPlace) << c.name;
     }
 
     // A handle that points past the message's descriptors reads as nothing.

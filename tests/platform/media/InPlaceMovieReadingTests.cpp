@@ -121,8 +121,9 @@ TEST(InPlaceMovieReading, AMovieOpenedInPlaceTellsAndShowsWhatItsBytesDo) {
             auto a = fromMemory->frameImageAtTime(time, QTFrameImageAttributes(NSMakeSize(160, 120)));
             auto b = fromFile->frameImageAtTime(time, QTFrameImageAttributes(NSMakeSize(160, 120)));
             ASSERT_EQ(a.isError(), b.isError()) << name << " at " << ticks;
-            if (!a.isError())
+            if (!a.isError()) {
                 EXPECT_EQ(ImageRGB(*a.value()), ImageRGB(*b.value())) << name << " at " << ticks;
+            }
         }
     }
 }
