@@ -4,11 +4,21 @@
 #include <new>
 #include <utility>
 
-std::optional<IsoBox> IsoBoxReader::boxAt(size_t& position) const {
-    size_t left = m_bytes.size() - position;
-    if (left < 8)
+namespace {
+
+/// A box's header, read from the bytes that start at the box: its type, its whole size
+/// (a size of 0 runs to the end, `left` bytes) and the size of the header itself.
+/// Nothing when the header is cut short or the box does not fit in `left`.
+struct IsoBoxHeader {
+    uint32_t type;
+    size_t size;
+    size_t headerSize;
+};
+
+std::optional<IsoBoxHeader> ReadBoxHeader(std::span<const uint8_t> bytes, size_t left) {
+    if (bytes.size() < 8)
         return std::nullopt;
-    IsoCursor cursor(m_bytes.subspan(position));
+    IsoCursor cursor(bytes);
     uint64_t size = *cursor.u32();
     uint32_t type = *cursor.u32();
     size_t headerSize = 8;
@@ -25,9 +35,21 @@ std::optional<IsoBox> IsoBoxReader::boxAt(size_t& position) const {
         headerSize += 16;
     if (size < headerSize || size > left)
         return std::nullopt;
-    IsoBox box{type, m_baseOffset + position, m_baseOffset + position + headerSize,
-               m_bytes.subspan(position + headerSize, size - headerSize)};
-    position += size;
+    return IsoBoxHeader{type, size_t(size), headerSize};
+}
+
+} // namespace
+
+std::optional<IsoBox> IsoBoxReader::boxAt(size_t& position) const {
+    size_t left = m_bytes.size() - position;
+    if (left < 8)
+        return std::nullopt;
+    auto header = ReadBoxHeader(m_bytes.subspan(position), left);
+    if (!header)
+        return std::nullopt;
+    IsoBox box{header->type, m_baseOffset + position, m_baseOffset + position + header->headerSize,
+               m_bytes.subspan(position + header->headerSize, header->size - header->headerSize)};
+    position += header->size;
     return box;
 }
 
@@ -285,29 +307,13 @@ std::optional<std::pair<size_t, size_t>> LocateTopLevelBox(const NSData& file, u
     size_t position = 0;
     while (file.length() - position >= 8) {
         size_t left = file.length() - position;
-        auto header = window.at(position);
-        if (header.size() < 8)
-            return std::nullopt; // The file shrank: it ends here.
-        IsoCursor cursor(header);
-        uint64_t size = *cursor.u32();
-        uint32_t boxType = *cursor.u32();
-        size_t headerSize = 8;
-        if (size == 1) {
-            auto large = cursor.u64();
-            if (!large)
-                return std::nullopt;
-            size = *large;
-            headerSize = 16;
-        } else if (size == 0) {
-            size = left;
-        }
-        if (boxType == FourCC("uuid"))
-            headerSize += 16;
-        if (size < headerSize || size > left)
+        // A header cut short means the file shrank: it ends here.
+        auto header = ReadBoxHeader(window.at(position), left);
+        if (!header)
             return std::nullopt;
-        if (boxType == type)
-            return std::pair{position, size_t(size)};
-        position += size_t(size);
+        if (header->type == type)
+            return std::pair{position, header->size};
+        position += header->size;
     }
     return std::nullopt;
 }
