@@ -9,15 +9,16 @@
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <sys/wait.h>
 #include <thread>
+
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "client/LXFrameServiceClient.h"
@@ -57,7 +58,8 @@ NSData readFile(const std::string& path) {
 
 size_t openDescriptors(pid_t pid) {
     size_t count = 0;
-    for ([[maybe_unused]] auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd"))
+    for ([[maybe_unused]] auto& entry :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd"))
         ++count;
     return count;
 }
@@ -137,8 +139,8 @@ int main(int argc, char** argv) {
         double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         settle(service);
         size_t rssAfter = residentKiB(service), fdsAfter = openDescriptors(service);
-        std::printf("%-38s RSS %6zu -> %6zu KiB (%+6ld)  descriptors %4zu -> %4zu  (%.1f s)\n", name, rssBefore,
-                    rssAfter, long(rssAfter) - long(rssBefore), fdsBefore, fdsAfter, seconds);
+        std::printf("%-38s RSS %6zu -> %6zu KiB (%+6ld)  descriptors %4zu -> %4zu  (%.1f s)\n", name,
+                    rssBefore, rssAfter, long(rssAfter) - long(rssBefore), fdsBefore, fdsAfter, seconds);
         std::fflush(stdout);
     };
 
@@ -192,15 +194,16 @@ int main(int argc, char** argv) {
             replies.waitFor([&] { return replies.finals > finalsBefore; });
         });
     }
-    for (int repeat = 0; repeat < repeats; ++repeat) round("20 inline 2 MiB requests", [&] {
-        Replies replies;
-        auto client = connect(address, replies);
-        auto inlineMovie = NSData::dataWithVector(std::vector<uint8_t>(2 * 1024 * 1024, 0x47));
-        for (int i = 0; i < 20; ++i) {
-            (void)client->processRequest(request(inlineMovie, i, 1, 0));
-            replies.waitFor([&] { return replies.finals > i; });
-        }
-    });
+    for (int repeat = 0; repeat < repeats; ++repeat)
+        round("20 inline 2 MiB requests", [&] {
+            Replies replies;
+            auto client = connect(address, replies);
+            auto inlineMovie = NSData::dataWithVector(std::vector<uint8_t>(2 * 1024 * 1024, 0x47));
+            for (int i = 0; i < 20; ++i) {
+                (void)client->processRequest(request(inlineMovie, i, 1, 0));
+                replies.waitFor([&] { return replies.finals > i; });
+            }
+        });
 
     kill(service, SIGTERM);
     waitpid(service, nullptr, 0);

@@ -4,9 +4,9 @@
 #include <condition_variable>
 #include <map>
 #include <thread>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "ServiceTestSupport.h"
 #include "service/LXVideoFrameProtocols.h"
@@ -64,10 +64,8 @@ TEST_F(RequestQueue, InlineBytesThatWouldPassTheBoundAreRefused) {
         bool taken;
     };
     const Case cases[] = {
-        {0, kMaximumWaitingInlineBytes, true},
-        {0, kMaximumWaitingInlineBytes + 1, false},
-        {100 * mebibyte, 28 * mebibyte, true},
-        {100 * mebibyte, 29 * mebibyte, false},
+        {0, kMaximumWaitingInlineBytes, true}, {0, kMaximumWaitingInlineBytes + 1, false},
+        {100 * mebibyte, 28 * mebibyte, true}, {100 * mebibyte, 29 * mebibyte, false},
         {kMaximumWaitingInlineBytes, 0, true},
     };
     int32_t token = 0;
