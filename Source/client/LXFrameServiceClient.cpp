@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -58,9 +59,9 @@ LXFrameServiceClient::~LXFrameServiceClient() {
     }
 }
 
-ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::spawnService(const std::string& servicePath,
-                                                                                  ReplyHandler onReply,
-                                                                                  DisconnectHandler onDisconnect) {
+ErrorOr<std::unique_ptr<LXFrameServiceClient>>
+LXFrameServiceClient::spawnService(const std::string& servicePath, ReplyHandler onReply,
+                                   DisconnectHandler onDisconnect) {
     if (access(servicePath.c_str(), X_OK) != 0)
         return makeError("cannot run the frame service " + servicePath + ": " + std::strerror(errno));
     int sockets[2];
@@ -72,7 +73,8 @@ ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::spawnServic
     // dup2 clears close-on-exec on the copy, so only the service's end crosses over.
     posix_spawn_file_actions_adddup2(&actions, sockets[1], kServiceSocket);
     std::string descriptor = std::to_string(kServiceSocket);
-    char* arguments[] = {const_cast<char*>(servicePath.c_str()), const_cast<char*>("--fd"), descriptor.data(), nullptr};
+    char* arguments[] = {const_cast<char*>(servicePath.c_str()), const_cast<char*>("--fd"), descriptor.data(),
+                         nullptr};
     // A session of its own keeps the terminal's Ctrl-C, meant for the client, from
     // killing the service before the client can cancel; it leaves once the client's
     // end of the socket closes.
@@ -96,17 +98,18 @@ ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::spawnServic
     return connectStream(std::move(client), sockets[0], {});
 }
 
-ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::connectToAddress(const std::string& address,
-                                                                                      ReplyHandler onReply,
-                                                                                      DisconnectHandler onDisconnect) {
+ErrorOr<std::unique_ptr<LXFrameServiceClient>>
+LXFrameServiceClient::connectToAddress(const std::string& address, ReplyHandler onReply,
+                                       DisconnectHandler onDisconnect) {
     auto client = std::unique_ptr<LXFrameServiceClient>(new LXFrameServiceClient());
     client->m_onReply = std::move(onReply);
     client->m_onDisconnect = std::move(onDisconnect);
     return connectStream(std::move(client), -1, address);
 }
 
-ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::connectStream(
-    std::unique_ptr<LXFrameServiceClient> client, int socket, const std::string& address) {
+ErrorOr<std::unique_ptr<LXFrameServiceClient>>
+LXFrameServiceClient::connectStream(std::unique_ptr<LXFrameServiceClient> client, int socket,
+                                    const std::string& address) {
     std::optional<Error> failure;
     auto* self = client.get();
     client->m_delivery->runAndWait([&] {
@@ -121,8 +124,8 @@ ErrorOr<std::unique_ptr<LXFrameServiceClient>> LXFrameServiceClient::connectStre
             } else {
                 auto stream = GObjectRef<GSocketConnection>::adopt(
                     g_socket_connection_factory_create_connection(gsocket.get()));
-                connection = GObjectRef<GDBusConnection>::adopt(
-                    g_dbus_connection_new_sync(G_IO_STREAM(stream.get()), nullptr, flags, nullptr, nullptr, &rawError));
+                connection = GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_sync(
+                    G_IO_STREAM(stream.get()), nullptr, flags, nullptr, nullptr, &rawError));
             }
         } else {
             connection = GObjectRef<GDBusConnection>::adopt(
@@ -189,4 +192,6 @@ void LXFrameServiceClient::cancelRequest() {
         m_connection->sendMessage("cancelRequest", {});
 }
 
-bool LXFrameServiceClient::isConnected() const { return m_connection && !m_connection->isClosed(); }
+bool LXFrameServiceClient::isConnected() const {
+    return m_connection && !m_connection->isClosed();
+}

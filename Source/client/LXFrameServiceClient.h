@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+
 #include <sys/types.h>
 
 #include "platform/core/ErrorOr.h"
@@ -26,13 +27,11 @@ public:
     using DisconnectHandler = std::function<void(const std::string& reason)>;
 
     /// Starts the service at `servicePath` on one end of a new socket pair.
-    static ErrorOr<std::unique_ptr<LXFrameServiceClient>> spawnService(const std::string& servicePath,
-                                                                       ReplyHandler onReply,
-                                                                       DisconnectHandler onDisconnect = {});
+    static ErrorOr<std::unique_ptr<LXFrameServiceClient>>
+    spawnService(const std::string& servicePath, ReplyHandler onReply, DisconnectHandler onDisconnect = {});
     /// Connects to a service listening on a GDBus address.
-    static ErrorOr<std::unique_ptr<LXFrameServiceClient>> connectToAddress(const std::string& address,
-                                                                           ReplyHandler onReply,
-                                                                           DisconnectHandler onDisconnect = {});
+    static ErrorOr<std::unique_ptr<LXFrameServiceClient>>
+    connectToAddress(const std::string& address, ReplyHandler onReply, DisconnectHandler onDisconnect = {});
     ~LXFrameServiceClient();
 
     /// Sends the request. A request that D-Bus cannot carry (an array over 64 MiB or a
@@ -46,8 +45,8 @@ public:
 
 private:
     LXFrameServiceClient();
-    static ErrorOr<std::unique_ptr<LXFrameServiceClient>> connectStream(std::unique_ptr<LXFrameServiceClient> client,
-                                                                        int socket, const std::string& address);
+    static ErrorOr<std::unique_ptr<LXFrameServiceClient>>
+    connectStream(std::unique_ptr<LXFrameServiceClient> client, int socket, const std::string& address);
     std::string exitReason();
     /// Collects the spawned service's exit status if it ends within `patience`; call
     /// with the reap mutex held.

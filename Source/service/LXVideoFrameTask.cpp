@@ -1,10 +1,10 @@
 #include "service/LXVideoFrameTask.h"
 
-#include <malloc.h>
 #include <utility>
 
-#include "service/LXVideoFrameProtocols.h"
+#include <malloc.h>
 
+#include "service/LXVideoFrameProtocols.h"
 
 namespace {
 
@@ -54,7 +54,8 @@ void LXVideoFrameTask::createFramesWithOptions(const PropertyDictionary& options
         available->createFramesWithOptions(*this, options);
 }
 
-bool LXVideoFrameTask::shouldAcceptNewConnection(NSXPCListener&, std::shared_ptr<NSXPCConnection> connection) {
+bool LXVideoFrameTask::shouldAcceptNewConnection(NSXPCListener&,
+                                                 std::shared_ptr<NSXPCConnection> connection) {
     connection->setRemoteObjectInterface(LXVideoFrameClientInterface());
     connection->setExportedInterface(LXVideoFrameServiceInterface());
     connection->setExportedObject(std::make_shared<TaskMessageReceiver>(weak_from_this()));
@@ -158,4 +159,3 @@ void LXVideoFrameTask::reply(const PropertyDictionary& options, const char* key,
     PropertyDictionary reply{{LXVideoFrameKey::token, *token}, {key, std::move(value)}};
     current->sendMessage("processReply", {PropertyValue(std::move(reply))});
 }
-

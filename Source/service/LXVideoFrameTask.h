@@ -42,7 +42,8 @@ public:
 
     /// Sets the protocols, exports the task, resumes the connection and makes it the
     /// one every later reply goes to. Every connection is accepted.
-    bool shouldAcceptNewConnection(NSXPCListener& listener, std::shared_ptr<NSXPCConnection> connection) override;
+    bool shouldAcceptNewConnection(NSXPCListener& listener,
+                                   std::shared_ptr<NSXPCConnection> connection) override;
 
     /// Stops the running job before its next frame. Acts at once, on the calling
     /// (delivery) thread: posted to the main queue it would wait behind that very job.

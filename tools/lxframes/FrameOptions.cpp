@@ -28,8 +28,7 @@ const char* const kFrameOptionsUsage =
 
 namespace {
 
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
+template <typename Number> std::optional<Number> parseNumber(std::string_view text) {
     Number value{};
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc{} || end != text.data() + text.size())
@@ -43,7 +42,8 @@ std::optional<NSSize> parseSize(std::string_view text) {
         return std::nullopt;
     auto width = parseNumber<double>(text.substr(0, separator));
     auto height = parseNumber<double>(text.substr(separator + 1));
-    if (!width || !height || !(*width > 0) || !(*height > 0) || !std::isfinite(*width) || !std::isfinite(*height))
+    if (!width || !height || !(*width > 0) || !(*height > 0) || !std::isfinite(*width) ||
+        !std::isfinite(*height))
         return std::nullopt;
     return NSSize{*width, *height};
 }
@@ -70,7 +70,8 @@ ErrorOr<FrameOptions> ParseFrameOptions(int argc, char** argv) {
                 return text.error();
             auto count = parseNumber<int32_t>(text.value());
             if (!count || *count < 1)
-                return makeError("--count needs a whole number of at least 1, not '" + std::string(text.value()) + "'");
+                return makeError("--count needs a whole number of at least 1, not '" +
+                                 std::string(text.value()) + "'");
             options.count = *count;
         } else if (is("-s", "--spacing")) {
             auto text = value("a number of seconds");
@@ -78,7 +79,8 @@ ErrorOr<FrameOptions> ParseFrameOptions(int argc, char** argv) {
                 return text.error();
             auto seconds = parseNumber<double>(text.value());
             if (!seconds || !(*seconds >= 0) || !std::isfinite(*seconds))
-                return makeError("--spacing needs seconds of 0 or more, not '" + std::string(text.value()) + "'");
+                return makeError("--spacing needs seconds of 0 or more, not '" + std::string(text.value()) +
+                                 "'");
             options.spacingSeconds = *seconds;
         } else if (is("-t", "--ticks")) {
             auto text = value("a number of ticks");
@@ -86,7 +88,8 @@ ErrorOr<FrameOptions> ParseFrameOptions(int argc, char** argv) {
                 return text.error();
             auto ticks = parseNumber<int32_t>(text.value());
             if (!ticks || *ticks < 0)
-                return makeError("--ticks needs a whole number of 0 or more, not '" + std::string(text.value()) + "'");
+                return makeError("--ticks needs a whole number of 0 or more, not '" +
+                                 std::string(text.value()) + "'");
             options.spacingTicks = *ticks;
         } else if (is("-S", "--size")) {
             auto text = value("a size such as 320x240");
@@ -94,7 +97,8 @@ ErrorOr<FrameOptions> ParseFrameOptions(int argc, char** argv) {
                 return text.error();
             options.size = parseSize(text.value());
             if (!options.size)
-                return makeError("--size needs WIDTHxHEIGHT with both above 0, not '" + std::string(text.value()) + "'");
+                return makeError("--size needs WIDTHxHEIGHT with both above 0, not '" +
+                                 std::string(text.value()) + "'");
         } else if (is("-r", "--rotate")) {
             auto text = value("degrees");
             if (text.isError())

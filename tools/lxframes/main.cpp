@@ -13,8 +13,9 @@
 #include <filesystem>
 #include <fstream>
 #include <mutex>
-#include <unistd.h>
 #include <variant>
+
+#include <unistd.h>
 
 #include "ContactSheet.h"
 #include "FrameOptions.h"
@@ -77,7 +78,8 @@ int32_t clampToInt32(double value) {
 void drawProgress(int done, int total) {
     constexpr int width = 30;
     int filled = total > 0 ? std::min(width, done * width / total) : width;
-    std::fprintf(stderr, "\r[%.*s%*s] %d/%d", filled, "##############################", width - filled, "", done, total);
+    std::fprintf(stderr, "\r[%.*s%*s] %d/%d", filled, "##############################", width - filled, "",
+                 done, total);
     std::fflush(stderr);
 }
 
@@ -100,7 +102,8 @@ int main(int argc, char** argv) {
     }
     if (options.moviePath.empty()) {
         options.moviePath = LXKIT_SAMPLE_MOVIE;
-        std::fprintf(stderr, "lxframes: no movie given, using the sample movie %s\n", options.moviePath.c_str());
+        std::fprintf(stderr, "lxframes: no movie given, using the sample movie %s\n",
+                     options.moviePath.c_str());
     }
 
     // The service starts first, so that it gets ready while the movie is read and looked at.
@@ -108,8 +111,9 @@ int main(int argc, char** argv) {
     auto onReply = [&events](const PropertyDictionary& reply) { events.push(reply); };
     auto onDisconnect = [&events](const std::string& reason) { events.push(Disconnected{reason}); };
     auto client = options.address.empty()
-                      ? LXFrameServiceClient::spawnService(
-                            options.servicePath.empty() ? defaultServicePath() : options.servicePath, onReply, onDisconnect)
+                      ? LXFrameServiceClient::spawnService(options.servicePath.empty() ? defaultServicePath()
+                                                                                       : options.servicePath,
+                                                           onReply, onDisconnect)
                       : LXFrameServiceClient::connectToAddress(options.address, onReply, onDisconnect);
     if (client.isError())
         return fail(client.error().message);
@@ -148,10 +152,12 @@ int main(int argc, char** argv) {
         request.emplace(LXVideoFrameKey::interval, PropertyValue::number(interval));
         request.emplace(LXVideoFrameKey::requiresAllFrames, PropertyValue::boolean(options.requireAll));
         if (options.rotation != 0 || options.flipHorizontal || options.flipVertical) {
-            request.emplace(LXVideoFrameKey::transforms,
-                            PropertyDictionary{{LXVideoFrameKey::rotation, PropertyValue::number(options.rotation)},
-                                               {LXVideoFrameKey::flipHorizontal, PropertyValue::boolean(options.flipHorizontal)},
-                                               {LXVideoFrameKey::flipVertical, PropertyValue::boolean(options.flipVertical)}});
+            request.emplace(
+                LXVideoFrameKey::transforms,
+                PropertyDictionary{
+                    {LXVideoFrameKey::rotation, PropertyValue::number(options.rotation)},
+                    {LXVideoFrameKey::flipHorizontal, PropertyValue::boolean(options.flipHorizontal)},
+                    {LXVideoFrameKey::flipVertical, PropertyValue::boolean(options.flipVertical)}});
         }
         expectedReplies = options.count;
     }
@@ -198,8 +204,9 @@ int main(int argc, char** argv) {
         }
         const PropertyValue* frames = PropertyValueForKey(reply, LXVideoFrameKey::frames);
         ++replies;
-        const PropertyDictionary* entry =
-            frames && frames->array() && !frames->array()->empty() ? (*frames->array())[0].dictionary() : nullptr;
+        const PropertyDictionary* entry = frames && frames->array() && !frames->array()->empty()
+                                              ? (*frames->array())[0].dictionary()
+                                              : nullptr;
         const PropertyValue* data = entry ? PropertyValueForKey(*entry, LXVideoFrameKey::data) : nullptr;
         if (data && data->data()) {
             char name[64];
@@ -213,7 +220,8 @@ int main(int argc, char** argv) {
             ++written;
             if (!options.sheetPath.empty()) {
                 const PropertyValue* time = PropertyValueForKey(*entry, LXVideoFrameKey::time);
-                sheetFrames.push_back({*data->data(), time && time->string() ? *time->string() : std::string()});
+                sheetFrames.push_back(
+                    {*data->data(), time && time->string() ? *time->string() : std::string()});
             }
         } else {
             ++missing;

@@ -28,7 +28,8 @@ void GDBusXPCConnection::resume() {
     // wrapper alive.
     m_deliveryContext = g_main_context_ref_thread_default();
     m_callbackTarget = new std::weak_ptr<GDBusXPCConnection>(weak_from_this());
-    m_closedSignal = g_signal_connect(m_connection.get(), "closed", G_CALLBACK(handleClosed), m_callbackTarget);
+    m_closedSignal =
+        g_signal_connect(m_connection.get(), "closed", G_CALLBACK(handleClosed), m_callbackTarget);
     if (g_dbus_connection_is_closed(m_connection.get()))
         m_closed = true;
 
@@ -36,17 +37,20 @@ void GDBusXPCConnection::resume() {
     if (exported.name().empty())
         return;
     GError* rawError = nullptr;
-    auto node = GDBusNodeInfoHandle(g_dbus_node_info_new_for_xml(exported.introspectionXML().c_str(), &rawError));
+    auto node =
+        GDBusNodeInfoHandle(g_dbus_node_info_new_for_xml(exported.introspectionXML().c_str(), &rawError));
     GErrorHandle error(rawError);
     if (!node || !node->interfaces || !node->interfaces[0])
         return;
     static const GDBusInterfaceVTable vtable = {handleMethodCall, nullptr, nullptr, {}};
-    m_registration = g_dbus_connection_register_object(m_connection.get(), exported.objectPath().c_str(),
-                                                       node->interfaces[0], &vtable, m_callbackTarget, nullptr, nullptr);
+    m_registration =
+        g_dbus_connection_register_object(m_connection.get(), exported.objectPath().c_str(),
+                                          node->interfaces[0], &vtable, m_callbackTarget, nullptr, nullptr);
 }
 
-void GDBusXPCConnection::handleMethodCall(GDBusConnection*, const char*, const char*, const char*, const char* member,
-                                          GVariant* parameters, GDBusMethodInvocation* invocation, gpointer target) {
+void GDBusXPCConnection::handleMethodCall(GDBusConnection*, const char*, const char*, const char*,
+                                          const char* member, GVariant* parameters,
+                                          GDBusMethodInvocation* invocation, gpointer target) {
     auto self = static_cast<std::weak_ptr<GDBusXPCConnection>*>(target)->lock();
     GUnixFDList* fds = g_dbus_message_get_unix_fd_list(g_dbus_method_invocation_get_message(invocation));
     NSXPCMessageFacts facts;
@@ -109,8 +113,8 @@ ErrorOr<bool> GDBusXPCConnection::trySendMessage(std::string_view selector, cons
     for (int i = 0; i < message->dictionaryArguments; ++i) {
         const PropertyDictionary* dictionary =
             i < static_cast<int>(arguments.size()) ? arguments[static_cast<size_t>(i)].dictionary() : nullptr;
-        g_variant_builder_add_value(&body, VariantFromPropertyDictionary(dictionary ? *dictionary : PropertyDictionary{},
-                                                                         fds.get()));
+        g_variant_builder_add_value(
+            &body, VariantFromPropertyDictionary(dictionary ? *dictionary : PropertyDictionary{}, fds.get()));
     }
     auto bodyValue = AdoptVariant(g_variant_builder_end(&body));
     // GDBus would send an over-long array, and the peer's GDBus would take it or drop
@@ -165,7 +169,8 @@ void GDBusXPCConnection::waitUntilFlushed(uint64_t interruptionsBeforeSend) {
             g_dbus_connection_flush((*held)->connection.get(), nullptr,
                                     [](GObject*, GAsyncResult* result, gpointer data) {
                                         auto held = static_cast<std::shared_ptr<FlushWait>*>(data);
-                                        g_dbus_connection_flush_finish((*held)->connection.get(), result, nullptr);
+                                        g_dbus_connection_flush_finish((*held)->connection.get(), result,
+                                                                       nullptr);
                                         (*held)->finish();
                                         delete held;
                                     },

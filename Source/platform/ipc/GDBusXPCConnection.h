@@ -14,7 +14,8 @@
 
 /// A connection over a peer-to-peer GDBusConnection. Incoming method calls are
 /// dispatched in the thread-default main context of the thread that calls `resume`.
-class GDBusXPCConnection final : public NSXPCConnection, public std::enable_shared_from_this<GDBusXPCConnection> {
+class GDBusXPCConnection final : public NSXPCConnection,
+                                 public std::enable_shared_from_this<GDBusXPCConnection> {
 public:
     static std::shared_ptr<GDBusXPCConnection> create(GObjectRef<GDBusConnection> connection);
     ~GDBusXPCConnection() override;
@@ -35,9 +36,11 @@ public:
     GDBusConnection* connection() const { return m_connection.get(); }
 
 private:
-    explicit GDBusXPCConnection(GObjectRef<GDBusConnection> connection) : m_connection(std::move(connection)) {}
-    static void handleMethodCall(GDBusConnection*, const char* sender, const char* path, const char* interface,
-                                 const char* member, GVariant* parameters, GDBusMethodInvocation*, gpointer self);
+    explicit GDBusXPCConnection(GObjectRef<GDBusConnection> connection)
+        : m_connection(std::move(connection)) {}
+    static void handleMethodCall(GDBusConnection*, const char* sender, const char* path,
+                                 const char* interface, const char* member, GVariant* parameters,
+                                 GDBusMethodInvocation*, gpointer self);
     static void handleClosed(GDBusConnection*, gboolean remotePeerVanished, GError*, gpointer self);
     void unregister();
 

@@ -34,7 +34,9 @@ public:
 
     void setRemoteObjectInterface(NSXPCInterface interface) { m_remoteInterface = std::move(interface); }
     void setExportedInterface(NSXPCInterface interface) { m_exportedInterface = std::move(interface); }
-    void setExportedObject(std::shared_ptr<NSXPCExportedObject> object) { m_exportedObject = std::move(object); }
+    void setExportedObject(std::shared_ptr<NSXPCExportedObject> object) {
+        m_exportedObject = std::move(object);
+    }
     const NSXPCInterface& remoteObjectInterface() const { return m_remoteInterface; }
     const NSXPCInterface& exportedInterface() const { return m_exportedInterface; }
     const std::shared_ptr<NSXPCExportedObject>& exportedObject() const { return m_exportedObject; }

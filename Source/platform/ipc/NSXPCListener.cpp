@@ -1,6 +1,7 @@
 #include "platform/ipc/NSXPCListener.h"
 
 #include <algorithm>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,16 +14,17 @@ GObjectRef<GDBusAuthObserver> CreateSameUserAuthObserver() {
                          return g_strcmp0(mechanism, "EXTERNAL") == 0;
                      }),
                      nullptr);
-    g_signal_connect(observer.get(), "authorize-authenticated-peer",
-                     G_CALLBACK(+[](GDBusAuthObserver*, GIOStream*, GCredentials* credentials, gpointer) -> gboolean {
-                         if (!credentials)
-                             return FALSE;
-                         GError* error = nullptr;
-                         uid_t peer = g_credentials_get_unix_user(credentials, &error);
-                         GErrorHandle held(error);
-                         return !error && peer == getuid();
-                     }),
-                     nullptr);
+    g_signal_connect(
+        observer.get(), "authorize-authenticated-peer",
+        G_CALLBACK(+[](GDBusAuthObserver*, GIOStream*, GCredentials* credentials, gpointer) -> gboolean {
+            if (!credentials)
+                return FALSE;
+            GError* error = nullptr;
+            uid_t peer = g_credentials_get_unix_user(credentials, &error);
+            GErrorHandle held(error);
+            return !error && peer == getuid();
+        }),
+        nullptr);
     return observer;
 }
 
@@ -80,7 +82,8 @@ ErrorOr<bool> NSXPCListener::resume() {
                 return;
             }
             m_socket = -1; // The GSocket owns it now.
-            auto stream = GObjectRef<GSocketConnection>::adopt(g_socket_connection_factory_create_connection(socket.get()));
+            auto stream = GObjectRef<GSocketConnection>::adopt(
+                g_socket_connection_factory_create_connection(socket.get()));
             auto connection = GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_sync(
                 G_IO_STREAM(stream.get()), guid.get(),
                 static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_SERVER |

@@ -15,7 +15,8 @@ public:
     virtual ~NSXPCListenerDelegate() = default;
     /// Asked on the delivery thread for every new connection; the connection is served
     /// only when this returns true.
-    virtual bool shouldAcceptNewConnection(NSXPCListener& listener, std::shared_ptr<NSXPCConnection> connection) = 0;
+    virtual bool shouldAcceptNewConnection(NSXPCListener& listener,
+                                           std::shared_ptr<NSXPCConnection> connection) = 0;
 };
 
 /// Accepts peer-to-peer D-Bus connections from peers of the same user: either any

@@ -104,8 +104,9 @@ GVariant* dataVariant(const NSData& data, GUnixFDList* fds) {
         inMemory = NSData::dataWithVector(std::move(bytes));
     }
     auto keeper = new NSData(std::move(inMemory));
-    return g_variant_new_from_data(G_VARIANT_TYPE_BYTESTRING, keeper->bytes(), keeper->length(), TRUE,
-                                   [](gpointer p) { delete static_cast<NSData*>(p); }, keeper);
+    return g_variant_new_from_data(
+        G_VARIANT_TYPE_BYTESTRING, keeper->bytes(), keeper->length(), TRUE,
+        [](gpointer p) { delete static_cast<NSData*>(p); }, keeper);
 }
 
 } // namespace

@@ -4,8 +4,8 @@
 
 #include <gio/gio.h>
 
-#include "platform/core/PropertyList.h"
 #include "platform/core/GLibHandles.h"
+#include "platform/core/PropertyList.h"
 
 /// Data longer than this travels as a sealed memfd (`h`) instead of an `ay` inside the
 /// message: a D-Bus array holds at most 64 MiB, and big messages are slow to marshal.

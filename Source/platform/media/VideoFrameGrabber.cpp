@@ -254,7 +254,8 @@ bool VideoFrameGrabber::mayDiscard(const AVPacket& packet, Target target) const 
     // Only a frame that some other frame replaces before the target can go undecoded,
     // and then only if nothing refers to it (which the caller checks).
     return std::any_of(m_packets.begin(), m_packets.end(), [&](const PacketHandle& later) {
-        return later->pts != AV_NOPTS_VALUE && later->pts > packet.pts && compareToTarget(later->pts, target) <= 0;
+        return later->pts != AV_NOPTS_VALUE && later->pts > packet.pts &&
+               compareToTarget(later->pts, target) <= 0;
     });
 }
 
@@ -357,8 +358,8 @@ SwsContext* VideoFrameGrabber::scalerFor(const AVFrame* frame, int width, int he
 namespace {
 
 /// Turns one plane of `width` x `height` elements of `element` bytes each, clockwise.
-void TurnPlane(const uint8_t* source, int sourceStride, uint8_t* destination, int destinationStride, int width,
-               int height, int element, int rotation) {
+void TurnPlane(const uint8_t* source, int sourceStride, uint8_t* destination, int destinationStride,
+               int width, int height, int element, int rotation) {
     // Destination (x, y) comes from source (sx, sy); the destination is height x width
     // for quarter turns.
     int outWidth = rotation == 180 ? width : height;
@@ -420,8 +421,8 @@ const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
     bool turned = m_rotation == 90 || m_rotation == 270;
     int width = turned ? frame->height : frame->width;
     int height = turned ? frame->width : frame->height;
-    if (!m_turned || m_turned->width != width || m_turned->height != height || m_turned->format != frame->format ||
-        av_frame_is_writable(m_turned.get()) == 0) {
+    if (!m_turned || m_turned->width != width || m_turned->height != height ||
+        m_turned->format != frame->format || av_frame_is_writable(m_turned.get()) == 0) {
         m_turned.reset(av_frame_alloc());
         if (!m_turned)
             return nullptr;
@@ -442,17 +443,17 @@ const AVFrame* VideoFrameGrabber::turnedFrame(const AVFrame* frame) {
         bool chroma = isYUV && (plane == 1 || plane == 2);
         int planeWidth = chroma ? AV_CEIL_RSHIFT(frame->width, descriptor->log2_chroma_w) : frame->width;
         int planeHeight = chroma ? AV_CEIL_RSHIFT(frame->height, descriptor->log2_chroma_h) : frame->height;
-        TurnPlane(frame->data[plane], frame->linesize[plane], m_turned->data[plane], m_turned->linesize[plane],
-                  planeWidth, planeHeight, elementSize[plane], m_rotation);
+        TurnPlane(frame->data[plane], frame->linesize[plane], m_turned->data[plane],
+                  m_turned->linesize[plane], planeWidth, planeHeight, elementSize[plane], m_rotation);
     }
     return m_turned.get();
 }
 
 const AVFrame* VideoFrameGrabber::reshapedFrame(const AVFrame* frame) {
     static const AVPixelFormat turnable[] = {
-        AV_PIX_FMT_YUV444P,  AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUV444P12, AV_PIX_FMT_YUV444P16,
+        AV_PIX_FMT_YUV444P,  AV_PIX_FMT_YUV444P10,  AV_PIX_FMT_YUV444P12,  AV_PIX_FMT_YUV444P16,
         AV_PIX_FMT_YUVA444P, AV_PIX_FMT_YUVA444P10, AV_PIX_FMT_YUVA444P16, AV_PIX_FMT_GBRP,
-        AV_PIX_FMT_GBRP16,   AV_PIX_FMT_GBRAP,     AV_PIX_FMT_GBRAP16,    AV_PIX_FMT_NONE};
+        AV_PIX_FMT_GBRP16,   AV_PIX_FMT_GBRAP,      AV_PIX_FMT_GBRAP16,    AV_PIX_FMT_NONE};
     auto format = AVPixelFormat(frame->format);
     const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
     if (!descriptor)
@@ -465,8 +466,8 @@ const AVFrame* VideoFrameGrabber::reshapedFrame(const AVFrame* frame) {
     // the target format instead.
     ScalerKey key{frame->width, frame->height, frame->format, frame->width, frame->height, target, -1};
     if (!m_reshaper || !(key == m_reshaperKey)) {
-        m_reshaper.reset(sws_getContext(frame->width, frame->height, format, frame->width, frame->height, target,
-                                        SWS_BICUBIC, nullptr, nullptr, nullptr));
+        m_reshaper.reset(sws_getContext(frame->width, frame->height, format, frame->width, frame->height,
+                                        target, SWS_BICUBIC, nullptr, nullptr, nullptr));
         m_reshaped.reset();
         if (!m_reshaper)
             return nullptr;
@@ -545,7 +546,8 @@ ErrorOr<NSBitmapImageRep> VideoFrameGrabber::convert(const AVFrame* frame, Pixel
                 uint32_t p = row[x];
                 uint32_t a = p >> 24;
                 auto mul = [a](uint32_t c) { return (c * a + 127) / 255; };
-                row[x] = (a << 24) | (mul((p >> 16) & 0xFF) << 16) | (mul((p >> 8) & 0xFF) << 8) | mul(p & 0xFF);
+                row[x] =
+                    (a << 24) | (mul((p >> 16) & 0xFF) << 16) | (mul((p >> 8) & 0xFF) << 8) | mul(p & 0xFF);
             }
         }
     }

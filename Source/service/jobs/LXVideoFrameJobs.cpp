@@ -56,7 +56,9 @@ std::optional<NSData> framePNG(std::shared_ptr<NSImage> image, const NSAffineTra
     }
 }
 
-PropertyValue frameEntries(PropertyDictionary entry) { return PropertyArray{PropertyValue(std::move(entry))}; }
+PropertyValue frameEntries(PropertyDictionary entry) {
+    return PropertyArray{PropertyValue(std::move(entry))};
+}
 
 void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary& options) {
     const NSData* movieData = dataForKey(options, LXVideoFrameKey::movieData);
@@ -92,8 +94,9 @@ void createFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDictionary
     auto transform = TransformForFrameOptions(transforms, frameSize);
     // The end guard: after a failed grab, one more try no later than 6 ticks before the
     // end, where the last frame still shows.
-    int64_t guardedEnd = duration.timeValue < std::numeric_limits<int64_t>::min() + 6 ? duration.timeValue
-                                                                                       : duration.timeValue - 6;
+    int64_t guardedEnd = duration.timeValue < std::numeric_limits<int64_t>::min() + 6
+                             ? duration.timeValue
+                             : duration.timeValue - 6;
 
     int64_t timeValue = 0;
     for (int32_t frameNumber = 1; frameNumber <= frameCount; ++frameNumber) {
@@ -152,8 +155,9 @@ void createChapterFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDic
             attributes.upcomingTimes.push_back(chapters[index + 1].startTime.value_or(QTZeroTime));
         std::optional<NSData> png = framePNG(grabFrame(*movie, start, attributes), nullptr);
         if (png) {
-            PropertyDictionary entry{{LXVideoFrameKey::data, std::move(*png)},
-                                     {LXVideoFrameKey::chapterIndex, PropertyValue::number(static_cast<int32_t>(index))}};
+            PropertyDictionary entry{
+                {LXVideoFrameKey::data, std::move(*png)},
+                {LXVideoFrameKey::chapterIndex, PropertyValue::number(static_cast<int32_t>(index))}};
             host.reply(options, LXVideoFrameKey::frames, frameEntries(std::move(entry)));
         } else {
             // The chapter that failed is not named: the client sees only an empty reply.
@@ -162,7 +166,7 @@ void createChapterFramesWithOptions(LXVideoFrameJobHost& host, const PropertyDic
         ++chaptersVisited;
     }
     host.reply(options, LXVideoFrameKey::completed,
-              PropertyValue::boolean(chapters.size() == static_cast<size_t>(chaptersVisited)));
+               PropertyValue::boolean(chapters.size() == static_cast<size_t>(chaptersVisited)));
 }
 
 } // namespace
