@@ -141,6 +141,16 @@ private:
     int m_readEnd = -1;
 };
 
+/// The service's log once the last job's movie is closed and has said what it read: a
+/// job with no movie after it is answered only after that.
+std::string LogOnceTheMovieIsClosed(LXFrameServiceClient& client, Replies& replies,
+                                    CapturedStandardError& captured) {
+    auto sent = client.processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}});
+    EXPECT_FALSE(sent.isError());
+    EXPECT_TRUE(replies.waitForFinal("after"));
+    return captured.text();
+}
+
 TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
     auto movie = makeMovie("inplace-gop12.mp4", "-f lavfi -i testsrc2=size=320x240:rate=25 -t 3 -c:v libx264 "
                                                 "-preset veryfast -pix_fmt yuv420p -bf 3 -g 12");
@@ -174,13 +184,7 @@ TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
                 << token;
             pngs.push_back(FramePngs(*got));
         }
-        // A job with no movie after the last one: by its reply, that movie is closed.
-        ASSERT_FALSE(
-            client.value()
-                ->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}})
-                .isError());
-        ASSERT_TRUE(replies.waitForFinal("after"));
-        log = captured.text();
+        log = LogOnceTheMovieIsClosed(*client.value(), replies, captured);
     }
     for (size_t frame = 0; frame < pngs[0].size(); ++frame) {
         EXPECT_FALSE(pngs[0][frame].empty()) << "frame " << frame;
@@ -217,12 +221,7 @@ TEST(InPlaceMovie, ASparseFileOfFourGiBCostsOnlyWhatIsProbed) {
         // Not a movie: the job opens nothing and sends only its final reply.
         ASSERT_EQ(got->size(), 1u);
         EXPECT_EQ(*PropertyValueForKey(got->back(), Key::completed), PropertyValue::boolean(false));
-        ASSERT_FALSE(
-            client.value()
-                ->processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}})
-                .isError());
-        ASSERT_TRUE(replies.waitForFinal("after"));
-        log = captured.text();
+        log = LogOnceTheMovieIsClosed(*client.value(), replies, captured);
     }
     // The service read the probe's worth in place; nothing was copied.
     std::smatch match;
