@@ -146,36 +146,13 @@ std::map<std::string, std::string> procFields(pid_t pid, const char* file) {
     return fields;
 }
 
-class ReplyCollector {
-public:
-    LXFrameServiceClient::ReplyHandler handler() {
-        return [this](const PropertyDictionary& reply) {
-            std::lock_guard lock(m_mutex);
-            m_replies.push_back(reply);
-            m_changed.notify_all();
-        };
-    }
-    std::optional<std::vector<PropertyDictionary>> waitForFinal(std::chrono::seconds timeout = 30s) {
-        std::unique_lock lock(m_mutex);
-        bool done = m_changed.wait_for(lock, timeout, [&] {
-            return !m_replies.empty() && PropertyValueForKey(m_replies.back(), Key::completed);
-        });
-        return done ? std::optional(m_replies) : std::nullopt;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<PropertyDictionary> m_replies;
-};
-
 std::filesystem::path confinedMovie() {
     return makeMovie("confined.mp4", "-f lavfi -i testsrc2=size=320x240:rate=25:duration=2 "
                                      "-c:v libx264 -preset veryfast -g 10 -pix_fmt yuv420p");
 }
 
 /// Asks for four frames 0.44 s apart and checks each against ffmpeg's frame at that time.
-void expectFramesMatchFfmpeg(LXFrameServiceClient& client, ReplyCollector& collector) {
+void expectFramesMatchFfmpeg(LXFrameServiceClient& client, ServiceReplies& collector) {
     const double times[] = {0, 0.44, 0.88, 1.32};
     auto movie = confinedMovie();
     ASSERT_FALSE(client
@@ -185,7 +162,7 @@ void expectFramesMatchFfmpeg(LXFrameServiceClient& client, ReplyCollector& colle
                                       {Key::frameCount, PropertyValue::number(4)},
                                       {Key::interval, PropertyValue::number(440)}})
                      .isError());
-    auto replies = collector.waitForFinal();
+    auto replies = collector.waitForFinal("confined");
     ASSERT_TRUE(replies) << "no final reply";
     ASSERT_EQ(replies->size(), 5u);
     EXPECT_EQ(*PropertyValueForKey(replies->back(), Key::completed), PropertyValue::boolean(true));
@@ -235,7 +212,7 @@ TEST(Confinement, CheckRefusesEveryAttemptAndSeesThemAllowedWhenSwitchedOff) {
 }
 
 TEST(Confinement, AServiceStartedByTheClientIsConfinedAndMakesTheSameFrames) {
-    ReplyCollector collector;
+    ServiceReplies collector;
     auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), collector.handler());
     ASSERT_FALSE(client.isError()) << client.error().message;
     pid_t pid = client.value()->servicePid();
@@ -266,7 +243,7 @@ TEST(Confinement, AListeningServiceUnderAnotherSandboxsFilterServesConfined) {
     }
     for (int i = 0; i < 500 && access(socketPath.c_str(), F_OK) != 0; ++i)
         usleep(10'000);
-    ReplyCollector collector;
+    ServiceReplies collector;
     auto client = LXFrameServiceClient::connectToAddress("unix:path=" + socketPath, collector.handler());
     if (!client.isError()) {
         auto status = procFields(child, "status");
@@ -286,7 +263,7 @@ TEST(Confinement, AReplyTooLargeForInlineDataStillArrivesWhole) {
     auto movie = makeMovie("noise.mkv", "-f lavfi -i nullsrc=size=1600x1600:rate=1:duration=1 "
                                         "-vf 'geq=random(1)*255:random(2)*255:random(3)*255' "
                                         "-c:v ffv1 -pix_fmt yuv444p");
-    ReplyCollector collector;
+    ServiceReplies collector;
     auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), collector.handler());
     ASSERT_FALSE(client.isError()) << client.error().message;
     ASSERT_FALSE(client.value()
@@ -296,7 +273,7 @@ TEST(Confinement, AReplyTooLargeForInlineDataStillArrivesWhole) {
                                        {Key::frameCount, PropertyValue::number(1)},
                                        {Key::interval, PropertyValue::number(1)}})
                      .isError());
-    auto replies = collector.waitForFinal(60s);
+    auto replies = collector.waitForFinal("noise");
     ASSERT_TRUE(replies) << "no final reply";
     ASSERT_EQ(replies->size(), 2u);
     EXPECT_EQ(*PropertyValueForKey(replies->back(), Key::completed), PropertyValue::boolean(true));

@@ -27,47 +27,6 @@ namespace {
 using namespace std::chrono_literals;
 namespace Key = LXVideoFrameKey;
 
-class Replies {
-public:
-    LXFrameServiceClient::ReplyHandler handler() {
-        return [this](const PropertyDictionary& reply) {
-            size_t count;
-            {
-                std::lock_guard lock(m_mutex);
-                m_replies.push_back(reply);
-                count = m_replies.size();
-            }
-            if (onReply)
-                onReply(count);
-            m_changed.notify_all();
-        };
-    }
-    /// Every reply of the request with `token`, once its final reply has come.
-    std::optional<std::vector<PropertyDictionary>> waitForFinal(const std::string& token) {
-        std::unique_lock lock(m_mutex);
-        std::vector<PropertyDictionary> found;
-        bool done = m_changed.wait_for(lock, 60s, [&] {
-            found.clear();
-            for (const auto& reply : m_replies) {
-                if (*PropertyValueForKey(reply, Key::token) == PropertyValue(token))
-                    found.push_back(reply);
-            }
-            return !found.empty() && PropertyValueForKey(found.back(), Key::completed);
-        });
-        return done ? std::optional(found) : std::nullopt;
-    }
-    size_t count() {
-        std::lock_guard lock(m_mutex);
-        return m_replies.size();
-    }
-    std::function<void(size_t)> onReply;
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<PropertyDictionary> m_replies;
-};
-
 PropertyDictionary FramesRequest(const NSData& movie, const std::string& token, int32_t count,
                                  int32_t interval) {
     return {{Key::movieData, movie},
@@ -143,7 +102,7 @@ private:
 
 /// The service's log once the last job's movie is closed and has said what it read: a
 /// job with no movie after it is answered only after that.
-std::string LogOnceTheMovieIsClosed(LXFrameServiceClient& client, Replies& replies,
+std::string LogOnceTheMovieIsClosed(LXFrameServiceClient& client, ServiceReplies& replies,
                                     CapturedStandardError& captured) {
     auto sent = client.processRequest({{Key::token, "after"}, {Key::frameCount, PropertyValue::number(0)}});
     EXPECT_FALSE(sent.isError());
@@ -165,7 +124,7 @@ TEST(InPlaceMovie, TheSameBytesGiveTheSamePngsHoweverTheyTravel) {
     ASSERT_GE(inPlace.value().fileDescriptor(), 0);
 
     setenv("LXKIT_DEBUG", "media", 1);
-    Replies replies;
+    ServiceReplies replies;
     std::string log;
     std::vector<std::vector<NSData>> pngs;
     {
@@ -207,7 +166,7 @@ TEST(InPlaceMovie, ASparseFileOfFourGiBCostsOnlyWhatIsProbed) {
     EXPECT_EQ(inPlace.value().length(), size_t(4) << 30);
 
     setenv("LXKIT_DEBUG", "media", 1);
-    Replies replies;
+    ServiceReplies replies;
     std::string log;
     {
         CapturedStandardError captured;
@@ -256,7 +215,7 @@ TEST(InPlaceMovie, AFileTruncatedAndRewrittenMidJobGivesNeutralAnswers) {
              writeFile(path, noise);
          }},
     };
-    Replies replies;
+    ServiceReplies replies;
     auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), replies.handler());
     ASSERT_FALSE(client.isError()) << client.error().message;
     for (const auto& change : changes) {

@@ -5,17 +5,17 @@
 #include <condition_variable>
 #include <csignal>
 #include <deque>
-#include <mutex>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
+
 #include <gio/gunixconnection.h>
+#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include "ServiceTestSupport.h"
 #include "client/LXFrameServiceClient.h"
@@ -30,51 +30,6 @@ namespace Key = LXVideoFrameKey;
 
 namespace {
 
-/// Collects replies as the client's thread hands them over.
-class ReplyLog {
-public:
-    LXFrameServiceClient::ReplyHandler handler() {
-        return [this](const PropertyDictionary& reply) {
-            std::lock_guard lock(m_mutex);
-            m_replies.push_back(reply);
-            m_changed.notify_all();
-        };
-    }
-    /// Waits until a final reply with `token` has come, or the time is up.
-    bool waitForFinal(const PropertyValue& token, std::chrono::milliseconds timeout = 30s) {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, timeout, [&] { return hasFinal(token); });
-    }
-    bool waitForCount(size_t count, std::chrono::milliseconds timeout = 30s) {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, timeout, [&] { return m_replies.size() >= count; });
-    }
-    std::vector<PropertyDictionary> replies() {
-        std::lock_guard lock(m_mutex);
-        return m_replies;
-    }
-    std::vector<PropertyDictionary> repliesFor(const PropertyValue& token) {
-        std::vector<PropertyDictionary> matching;
-        for (auto& reply : replies()) {
-            if (*PropertyValueForKey(reply, Key::token) == token)
-                matching.push_back(reply);
-        }
-        return matching;
-    }
-
-private:
-    bool hasFinal(const PropertyValue& token) {
-        for (auto& reply : m_replies) {
-            if (*PropertyValueForKey(reply, Key::token) == token && PropertyValueForKey(reply, Key::completed))
-                return true;
-        }
-        return false;
-    }
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<PropertyDictionary> m_replies;
-};
-
 PropertyDictionary framesRequest(const NSData& movie, PropertyValue token, int32_t count, int32_t interval) {
     return {{Key::movieData, movie},
             {Key::token, std::move(token)},
@@ -83,9 +38,11 @@ PropertyDictionary framesRequest(const NSData& movie, PropertyValue token, int32
             {Key::interval, PropertyValue::number(interval)}};
 }
 
-NSData sampleBytes() { return NSData::dataWithVector(readFile(sampleMovie())); }
+NSData sampleBytes() {
+    return NSData::dataWithVector(readFile(sampleMovie()));
+}
 
-std::unique_ptr<LXFrameServiceClient> spawn(ReplyLog& log) {
+std::unique_ptr<LXFrameServiceClient> spawn(ServiceReplies& log) {
     auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), log.handler());
     EXPECT_FALSE(client.isError()) << (client.isError() ? client.error().message : "");
     return client.isError() ? nullptr : client.releaseValue();
@@ -98,7 +55,8 @@ public:
         m_socketPath = (m_folder / "lxframed.socket").string();
         m_pid = fork();
         if (m_pid == 0) {
-            execl(binary("lxframed").c_str(), "lxframed", "--listen", ("unix:path=" + m_socketPath).c_str(), nullptr);
+            execl(binary("lxframed").c_str(), "lxframed", "--listen", ("unix:path=" + m_socketPath).c_str(),
+                  nullptr);
             _exit(127);
         }
         for (int i = 0; i < 500 && access(m_socketPath.c_str(), F_OK) != 0; ++i)
@@ -119,14 +77,14 @@ private:
     pid_t m_pid = -1;
 };
 
-std::unique_ptr<LXFrameServiceClient> connect(const ListeningService& service, ReplyLog& log) {
+std::unique_ptr<LXFrameServiceClient> connect(const ListeningService& service, ServiceReplies& log) {
     auto client = LXFrameServiceClient::connectToAddress(service.address(), log.handler());
     EXPECT_FALSE(client.isError()) << (client.isError() ? client.error().message : "");
     return client.isError() ? nullptr : client.releaseValue();
 }
 
 TEST(Service, StreamsOnePngPerReplyThenTheFinalReply) {
-    ReplyLog log;
+    ServiceReplies log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
     ASSERT_FALSE(client->processRequest(framesRequest(sampleBytes(), "a", 3, 2000)).isError());
@@ -149,7 +107,7 @@ TEST(Service, LargeMoviesTravelAsAMemfd) {
                                         "-c:v rawvideo -pix_fmt uyvy422");
     auto bytes = NSData::dataWithVector(readFile(movie));
     ASSERT_GT(bytes.length(), 8u * 1024 * 1024);
-    ReplyLog log;
+    ServiceReplies log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
     ASSERT_FALSE(client->processRequest(framesRequest(bytes, "big", 2, 1000)).isError());
@@ -162,7 +120,7 @@ TEST(Service, LargeMoviesTravelAsAMemfd) {
 }
 
 TEST(Service, ACancelStopsTheJobAndTheNextRequestRunsInFull) {
-    ReplyLog log;
+    ServiceReplies log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
     ASSERT_FALSE(client->processRequest(framesRequest(sampleBytes(), "long", 250, 40)).isError());
@@ -191,7 +149,7 @@ TEST(Service, HostileBytesNeverStopTheService) {
         corrupt[at] ^= 0x5a;
     inputs.push_back(NSData::dataWithVector(corrupt));
 
-    ReplyLog log;
+    ServiceReplies log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
     for (size_t i = 0; i < inputs.size(); ++i) {
@@ -206,7 +164,7 @@ TEST(Service, HostileBytesNeverStopTheService) {
 
 TEST(Service, RepliesGoToTheConnectionAcceptedLast) {
     ListeningService service;
-    ReplyLog firstLog, secondLog;
+    ServiceReplies firstLog, secondLog;
     auto first = connect(service, firstLog);
     ASSERT_TRUE(first);
     ASSERT_FALSE(first->processRequest(framesRequest(sampleBytes(), "warm-up", 1, 0)).isError());
@@ -226,13 +184,13 @@ TEST(Service, RepliesGoToTheConnectionAcceptedLast) {
 TEST(Service, OutlivesAClientThatLeavesMidJob) {
     ListeningService service;
     {
-        ReplyLog log;
+        ServiceReplies log;
         auto leaving = connect(service, log);
         ASSERT_TRUE(leaving);
         ASSERT_FALSE(leaving->processRequest(framesRequest(sampleBytes(), "abandoned", 200, 40)).isError());
         ASSERT_TRUE(log.waitForCount(1));
     }
-    ReplyLog log;
+    ServiceReplies log;
     auto next = connect(service, log);
     ASSERT_TRUE(next);
     next->cancelRequest();
@@ -254,7 +212,7 @@ TEST(Service, ItsSocketAndItsDoorAreForItsUserOnly) {
     if (child == 0) {
         if (setgid(65534) != 0 || setuid(65534) != 0)
             _exit(3);
-        ReplyLog log;
+        ServiceReplies log;
         auto client = LXFrameServiceClient::connectToAddress(service.address(), log.handler());
         _exit(client.isError() ? 0 : 1);
     }
@@ -268,12 +226,13 @@ TEST(Service, TheClientHearsWhenTheServiceDies) {
     std::mutex mutex;
     std::condition_variable gone;
     std::string reason;
-    ReplyLog log;
-    auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), log.handler(), [&](const std::string& why) {
-        std::lock_guard lock(mutex);
-        reason = why;
-        gone.notify_all();
-    });
+    ServiceReplies log;
+    auto client = LXFrameServiceClient::spawnService(binary("lxframed").string(), log.handler(),
+                                                     [&](const std::string& why) {
+                                                         std::lock_guard lock(mutex);
+                                                         reason = why;
+                                                         gone.notify_all();
+                                                     });
     ASSERT_FALSE(client.isError());
     kill(client.value()->servicePid(), SIGKILL);
     std::unique_lock lock(mutex);
@@ -322,7 +281,8 @@ public:
             return;
         }
         m_socket = GObjectRef<GSocket>::adopt(g_socket_new_from_fd(fd, nullptr));
-        m_stream = GObjectRef<GSocketConnection>::adopt(g_socket_connection_factory_create_connection(m_socket.get()));
+        m_stream = GObjectRef<GSocketConnection>::adopt(
+            g_socket_connection_factory_create_connection(m_socket.get()));
         if (!g_unix_connection_send_credentials(G_UNIX_CONNECTION(m_stream.get()), nullptr, nullptr))
             return;
         std::string uid = std::to_string(getuid()), hex;
@@ -357,8 +317,8 @@ private:
     bool sendAll(std::string_view bytes) {
         GError* error = nullptr;
         gsize sent = 0;
-        bool ok = g_output_stream_write_all(g_io_stream_get_output_stream(G_IO_STREAM(m_stream.get())), bytes.data(),
-                                            bytes.size(), &sent, nullptr, &error);
+        bool ok = g_output_stream_write_all(g_io_stream_get_output_stream(G_IO_STREAM(m_stream.get())),
+                                            bytes.data(), bytes.size(), &sent, nullptr, &error);
         g_clear_error(&error);
         return ok && sent == bytes.size();
     }
@@ -371,7 +331,7 @@ private:
 TEST(ServiceConnections, EveryClosedConnectionIsReleased) {
     ListeningService service;
     {
-        ReplyLog log;
+        ServiceReplies log;
         auto first = connect(service, log);
         ASSERT_TRUE(first);
         ASSERT_FALSE(first->processRequest(framesRequest(sampleBytes(), "warm-up", 1, 0)).isError());
@@ -381,7 +341,7 @@ TEST(ServiceConnections, EveryClosedConnectionIsReleased) {
     size_t before = OpenDescriptors(service.pid());
     // More clients than the 1,024 descriptors a service is commonly allowed.
     for (int i = 0; i < 1100; ++i) {
-        ReplyLog log;
+        ServiceReplies log;
         ASSERT_TRUE(connect(service, log)) << "client " << i;
     }
     size_t after = 0;
@@ -392,7 +352,7 @@ TEST(ServiceConnections, EveryClosedConnectionIsReleased) {
         usleep(50'000);
     }
     EXPECT_LE(after, before + 2) << "descriptors before: " << before;
-    ReplyLog log;
+    ServiceReplies log;
     auto last = connect(service, log);
     ASSERT_TRUE(last);
     ASSERT_FALSE(last->processRequest(framesRequest(sampleBytes(), "still", 1, 0)).isError());
@@ -410,7 +370,7 @@ TEST(ServiceConnections, AClientThatStopsReadingDoesNotHoldANewerOne) {
     ASSERT_TRUE(stalled.sendRequest(request));
     usleep(1'500'000);
 
-    ReplyLog log;
+    ServiceReplies log;
     auto newer = connect(service, log);
     ASSERT_TRUE(newer);
     newer->cancelRequest();
@@ -426,9 +386,10 @@ TEST(ServiceConnections, AClientThatStopsReadingDoesNotHoldANewerOne) {
 
 TEST(ServiceConnections, InlineRequestsLeaveNoMemoryBehind) {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "AddressSanitizer's quarantine keeps freed memory resident; the message-ownership tests and LeakSanitizer check this instead";
+    GTEST_SKIP() << "AddressSanitizer's quarantine keeps freed memory resident; the message-ownership tests "
+                    "and LeakSanitizer check this instead";
 #endif
-    ReplyLog log;
+    ServiceReplies log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
     // 2 MiB stays under the memfd threshold, so the bytes travel inside the message.
@@ -453,7 +414,7 @@ TEST(ServiceBounds, AnInlineArrayOverTheDBusLimitGetsTheNeutralFinalReply) {
     StalledPeer sender(service.socketPath());
     ASSERT_TRUE(sender.authenticated());
     // The replies go to the connection accepted last: this one.
-    ReplyLog log;
+    ServiceReplies log;
     auto client = connect(service, log);
     ASSERT_TRUE(client);
     ASSERT_FALSE(client->processRequest(framesRequest(sampleBytes(), "accepted", 1, 0)).isError());
@@ -461,7 +422,8 @@ TEST(ServiceBounds, AnInlineArrayOverTheDBusLimitGetsTheNeutralFinalReply) {
 
     // GDBus itself takes arrays up to 128 MiB; D-Bus allows 64 MiB. Served, a request
     // for no frames would complete with true.
-    auto request = framesRequest(NSData::dataWithVector(std::vector<uint8_t>(65 * 1024 * 1024, 1)), "over", 0, 0);
+    auto request =
+        framesRequest(NSData::dataWithVector(std::vector<uint8_t>(65 * 1024 * 1024, 1)), "over", 0, 0);
     ASSERT_TRUE(sender.sendRequest(request));
     ASSERT_TRUE(log.waitForFinal("over", 20s));
     auto replies = log.repliesFor("over");
@@ -473,7 +435,7 @@ TEST(ServiceBounds, AnInlineArrayOverTheDBusLimitGetsTheNeutralFinalReply) {
 }
 
 TEST(ServiceBounds, TheClientRefusesWhatDBusCannotCarry) {
-    ReplyLog log;
+    ServiceReplies log;
     auto client = spawn(log);
     ASSERT_TRUE(client);
     // Each piece stays inline, and together they make an array over 64 MiB.

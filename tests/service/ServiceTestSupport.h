@@ -1,13 +1,18 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "client/LXFrameServiceClient.h"
 #include "platform/core/PropertyList.h"
 #include "platform/ipc/NSXPCConnection.h"
+#include "service/LXVideoFrameProtocols.h"
 #include "service/LXVideoFrameTask.h"
 
 namespace lxkit::test {
@@ -60,8 +65,72 @@ protected:
     }
 
     NSOperationQueue queue;
-    std::shared_ptr<LXVideoFrameTask> task = std::make_shared<LXVideoFrameTask>(queue, LXVideoFrameBuiltInJobs);
+    std::shared_ptr<LXVideoFrameTask> task =
+        std::make_shared<LXVideoFrameTask>(queue, LXVideoFrameBuiltInJobs);
     std::shared_ptr<RecordingConnection> connection = std::make_shared<RecordingConnection>();
+};
+
+/// The replies a client's thread hands over from a real service, kept in order.
+class ServiceReplies {
+public:
+    LXFrameServiceClient::ReplyHandler handler() {
+        return [this](const PropertyDictionary& reply) {
+            size_t count;
+            {
+                std::lock_guard lock(m_mutex);
+                m_replies.push_back(reply);
+                count = m_replies.size();
+            }
+            if (onReply)
+                onReply(count);
+            m_changed.notify_all();
+        };
+    }
+    /// Every reply of the request with `token`, once its final reply has come; nothing
+    /// when the time is up first.
+    std::optional<std::vector<PropertyDictionary>>
+    waitForFinal(const PropertyValue& token, std::chrono::milliseconds timeout = std::chrono::seconds(60)) {
+        std::unique_lock lock(m_mutex);
+        std::vector<PropertyDictionary> found;
+        bool done = m_changed.wait_for(lock, timeout, [&] {
+            found = matching(token);
+            return !found.empty() && PropertyValueForKey(found.back(), LXVideoFrameKey::completed);
+        });
+        return done ? std::optional(found) : std::nullopt;
+    }
+    bool waitForCount(size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(30)) {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, timeout, [&] { return m_replies.size() >= count; });
+    }
+    std::vector<PropertyDictionary> replies() {
+        std::lock_guard lock(m_mutex);
+        return m_replies;
+    }
+    std::vector<PropertyDictionary> repliesFor(const PropertyValue& token) {
+        std::lock_guard lock(m_mutex);
+        return matching(token);
+    }
+    size_t count() {
+        std::lock_guard lock(m_mutex);
+        return m_replies.size();
+    }
+    /// Runs on the client's thread after each reply, with the number so far.
+    std::function<void(size_t)> onReply;
+
+private:
+    std::vector<PropertyDictionary> matching(const PropertyValue& token) const {
+        std::vector<PropertyDictionary> found;
+        for (const auto& reply : m_replies) {
+            if (const PropertyValue* value = PropertyValueForKey(reply, LXVideoFrameKey::token);
+                value && *value == token)
+                found.push_back(reply);
+        }
+        return found;
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<PropertyDictionary> m_replies;
 };
 
 /// The "completed" of a final reply, read as a boolean.

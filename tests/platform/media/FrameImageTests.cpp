@@ -17,8 +17,8 @@ constexpr double kMinimumPSNR = 35.0;
 /// shows the first frame at or after a time, so it is asked for the start of the frame
 /// on screen at `time` (25 fps movies here, so frame k starts at k / 25 s).
 void ExpectFrameMatches(QTMovie& movie, const std::filesystem::path& path, QTTime time, PixelSize size,
-                        std::map<int64_t, std::vector<uint8_t>>& references,
-                        const std::string& options = "", std::vector<QTTime> upcoming = {}) {
+                        std::map<int64_t, std::vector<uint8_t>>& references, const std::string& options = "",
+                        std::vector<QTTime> upcoming = {}) {
     int64_t frame = time.timeValue * 25 / time.timeScale;
     auto& reference = references[frame];
     if (reference.empty())
@@ -70,13 +70,14 @@ TEST(FrameImage, MatchesTheCommandLineAtEveryKindOfTime) {
             const std::vector<QTTime>& times;
             const std::vector<QTTime>* hints;
         };
-        const Order orders[] = {{ascending, nullptr},   {descending, nullptr}, {shuffled, nullptr},
-                                {ascending, &ascending}, {descending, &descending}, {shuffled, &shuffled},
+        const Order orders[] = {{ascending, nullptr},     {descending, nullptr},     {shuffled, nullptr},
+                                {ascending, &ascending},  {descending, &descending}, {shuffled, &shuffled},
                                 {ascending, &descending}, {shuffled, &ascending}};
         for (const Order& order : orders) {
             for (size_t i = 0; i < order.times.size(); ++i) {
                 std::vector<QTTime> upcoming;
-                for (size_t ahead = i + 1; order.hints && ahead < order.hints->size() && ahead <= i + 2; ++ahead)
+                for (size_t ahead = i + 1; order.hints && ahead < order.hints->size() && ahead <= i + 2;
+                     ++ahead)
                     upcoming.push_back((*order.hints)[ahead]);
                 ExpectFrameMatches(*movie, path, order.times[i], {320, 240}, references, "", upcoming);
             }
@@ -159,9 +160,11 @@ TEST(FrameImage, TurnsAndStretchesLikeThePlayer) {
          {160, 240}},
         // 4:2:2 changes shape under a quarter turn, so it is made 4:4:4 first. The
         // rotation is set on a copy: ffmpeg drops it when it encodes in the same run.
-        {makeMovie("rotated422.mov",
-                   "-i '" + makeMovie("prores422.mov", kTestSource + "-t 1 -c:v prores -pix_fmt yuv422p10le").string() +
-                       "' -c copy -metadata:s:v:0 rotate=270"),
+        {makeMovie(
+             "rotated422.mov",
+             "-i '" +
+                 makeMovie("prores422.mov", kTestSource + "-t 1 -c:v prores -pix_fmt yuv422p10le").string() +
+                 "' -c copy -metadata:s:v:0 rotate=270"),
          NSMakeSize(240, 320),
          {240, 320}},
     };
